@@ -1,0 +1,61 @@
+// Locks: the abstract recursive lock, its owning wrapper and scope guard, and the
+// guard that locks any address through a process-wide pool of recycled locks.
+#pragma once
+
+#include "XoOsBaseExport.h"
+
+// A lock that the owning thread may take again while it holds it (recursive). Each
+// lock() is matched by one unlock() on the same thread.
+class XOOSBASE_API XoLock {
+public:
+    virtual ~XoLock();
+    virtual void lock() = 0;
+    virtual void unlock() = 0;
+};
+
+// A new platform lock; the caller owns it and deletes it through XoLock.
+XOOSBASE_API XoLock* createXoLock();
+
+// Owns one lock made by createXoLock. Not copyable: two owners would delete one lock twice.
+class XOOSBASE_API XoLocker {
+public:
+    XoLocker();
+    ~XoLocker();
+    XoLocker(const XoLocker&) = delete;
+    XoLocker& operator=(const XoLocker&) = delete;
+
+    void lock() const;
+    void unlock() const;
+
+private:
+    XoLock* m_pLock;
+};
+
+// Locks an XoLocker for its lifetime; a null locker is ignored.
+class XOOSBASE_API XoAutoLocker {
+public:
+    explicit XoAutoLocker(const XoLocker* locker);
+    ~XoAutoLocker();
+    XoAutoLocker(const XoAutoLocker&) = delete;
+    XoAutoLocker& operator=(const XoAutoLocker&) = delete;
+
+private:
+    const XoLocker* m_pLocker;
+};
+
+// Locks an address for its lifetime with the pool's lock for that address, so any
+// object can be locked without carrying a lock. Guards on one address exclude each
+// other (and nest within one thread); a null address locks nothing. Each address in
+// use has exactly one lock; idle locks are reused most recently returned first.
+// Not copyable: the copy would release the address twice.
+class XOOSBASE_API XoAutoLockInPool {
+public:
+    explicit XoAutoLockInPool(const void* address);
+    ~XoAutoLockInPool();
+    XoAutoLockInPool(const XoAutoLockInPool&) = delete;
+    XoAutoLockInPool& operator=(const XoAutoLockInPool&) = delete;
+
+private:
+    const void* m_pAddress;
+    XoLock* m_pLock; // owned by the pool
+};

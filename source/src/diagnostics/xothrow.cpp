@@ -1,0 +1,18 @@
+#include "diagnostics/xothrow.h"
+
+#include "VeskCrashRecorder.h"
+#include "XoException.h"
+
+namespace xo {
+
+const wchar_t kThrowSiteFile[] = L"\"\"";
+
+void throwWithMessage(const wchar_t* message) {
+    throwException(new XoExceptionWithMsg(kThrowSiteFile, 0, message));
+}
+
+void throwErrorStatus(Vesk::ErrorStatus status) {
+    throwException(new XoErrorStatus(status, kThrowSiteFile, 0));
+}
+
+} // namespace xo

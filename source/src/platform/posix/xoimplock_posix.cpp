@@ -1,0 +1,140 @@
+// A recursive lock whose uncontended lock and unlock cost one atomic read-modify-write
+// between them: lock is a compare-exchange on the owner word, unlock a plain release
+// store. A sleeping waiter must then still be seen by the unlocker, whose load of the
+// waiter count may pass its own store; the waiter closes that gap with a process-wide
+// barrier (membarrier), so the unlocker needs no fence. Where membarrier is missing,
+// unlock fences instead.
+#include "XoLock.h"
+#include "platform/lock.h"
+#include "platform/posix/threadid.h"
+
+#include <atomic>
+#include <cstdint>
+
+#include <linux/futex.h>
+#include <linux/membarrier.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+std::atomic<bool> g_unlockFences{true};
+
+bool registerAsymmetricBarrier() {
+    if (::syscall(SYS_membarrier, MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED, 0, 0) != 0)
+        return false;
+    g_unlockFences.store(false);
+    return true;
+}
+
+// At load; until then every unlock fences, which is correct, only slower.
+[[maybe_unused]] const bool g_asymmetricBarrier = registerAsymmetricBarrier();
+
+// Called after the waiter's increment (itself a full barrier): makes the unlocker's
+// store visible here, or the increment visible to the unlocker's load, on every running
+// thread of the process.
+void waiterBarrier() {
+    if (!g_unlockFences.load(std::memory_order_relaxed))
+        ::syscall(SYS_membarrier, MEMBARRIER_CMD_PRIVATE_EXPEDITED, 0, 0);
+}
+
+// Frees the owner word; without membarrier the store itself must be a full barrier.
+void releaseOwner(std::atomic<std::uint32_t>& owner) {
+    if (g_unlockFences.load(std::memory_order_relaxed)) {
+        owner.exchange(0);
+    } else {
+        owner.store(0, std::memory_order_release);
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+    }
+}
+
+void futexWait(std::atomic<std::uint32_t>* word, std::uint32_t expected) {
+    ::syscall(SYS_futex, reinterpret_cast<std::uint32_t*>(word), FUTEX_WAIT_PRIVATE, expected,
+              nullptr, nullptr, 0);
+}
+
+void futexWakeOne(std::atomic<std::uint32_t>* word) {
+    ::syscall(SYS_futex, reinterpret_cast<std::uint32_t*>(word), FUTEX_WAKE_PRIVATE, 1, nullptr,
+              nullptr, 0);
+}
+
+inline void cpuRelax() {
+#if defined(__x86_64__) || defined(__i386__)
+    __builtin_ia32_pause();
+#endif
+}
+
+constexpr int kSpins = 100;
+
+class XoImpLock_posix final : public XoLock {
+public:
+    void lock() override { lockDirect(); }
+    void unlock() override { unlockDirect(); }
+
+    void lockDirect() {
+        const std::uint32_t self = xo::platform::cachedThreadId();
+        if (m_owner.load(std::memory_order_relaxed) == self) {
+            ++m_depth;
+            return;
+        }
+        std::uint32_t expected = 0;
+        if (!m_owner.compare_exchange_strong(expected, self, std::memory_order_acquire,
+                                             std::memory_order_relaxed))
+            lockContended(self);
+        m_depth = 1;
+    }
+
+    // Only the owner unlocks, as with a critical section.
+    void unlockDirect() {
+        if (--m_depth != 0)
+            return;
+        releaseOwner(m_owner);
+        if (m_waiters.load(std::memory_order_relaxed) != 0)
+            futexWakeOne(&m_owner);
+    }
+
+private:
+    bool tryTake(std::uint32_t self) {
+        std::uint32_t expected = 0;
+        return m_owner.load(std::memory_order_relaxed) == 0 &&
+               m_owner.compare_exchange_weak(expected, self, std::memory_order_acquire,
+                                             std::memory_order_relaxed);
+    }
+
+    void lockContended(std::uint32_t self) {
+        for (int i = 0; i < kSpins; ++i) {
+            cpuRelax();
+            if (tryTake(self))
+                return;
+        }
+        m_waiters.fetch_add(1);
+        waiterBarrier();
+        for (;;) {
+            std::uint32_t owner = m_owner.load(std::memory_order_relaxed);
+            if (owner == 0) {
+                if (m_owner.compare_exchange_weak(owner, self, std::memory_order_acquire,
+                                                  std::memory_order_relaxed))
+                    break;
+                continue;
+            }
+            futexWait(&m_owner, owner);
+        }
+        m_waiters.fetch_sub(1, std::memory_order_relaxed);
+    }
+
+    std::atomic<std::uint32_t> m_owner{0}; // thread id, 0 when free
+    std::atomic<std::uint32_t> m_waiters{0};
+    std::uint32_t m_depth = 0;             // touched by the owner only
+};
+
+} // namespace
+
+namespace xo::platform {
+
+XoLock* newRecursiveLock() { return new XoImpLock_posix; }
+
+void lockRecursive(XoLock* lock) { static_cast<XoImpLock_posix*>(lock)->lockDirect(); }
+
+void unlockRecursive(XoLock* lock) { static_cast<XoImpLock_posix*>(lock)->unlockDirect(); }
+
+} // namespace xo::platform

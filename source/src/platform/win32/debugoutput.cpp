@@ -1,0 +1,19 @@
+#include "platform/debugoutput.h"
+
+#include <windows.h>
+
+namespace xo::platform {
+
+void debugOutputW(const wchar_t* text) {
+    if (text != nullptr)
+        ::OutputDebugStringW(text);
+}
+
+void debugOutputA(const char* text) {
+    if (text != nullptr)
+        ::OutputDebugStringA(text);
+}
+
+bool debuggerAttached() { return ::IsDebuggerPresent() != FALSE; }
+
+} // namespace xo::platform

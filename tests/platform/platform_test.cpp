@@ -1,0 +1,57 @@
+#include "platform/debugoutput.h"
+#include "platform/error.h"
+#include "platform/thread.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <set>
+#include <thread>
+
+namespace {
+
+TEST(PlatformThread, IdIsStablePerThreadAndDistinctAcrossLiveThreads) {
+    const std::uint32_t mine = xo::platform::currentThreadId();
+    EXPECT_NE(mine, 0u);
+    EXPECT_EQ(xo::platform::currentThreadId(), mine);
+    std::uint32_t others[2] = {};
+    std::thread a([&] { others[0] = xo::platform::currentThreadId(); });
+    std::thread b([&] { others[1] = xo::platform::currentThreadId(); });
+    a.join();
+    b.join();
+    const std::set<std::uint32_t> ids{mine, others[0], others[1]};
+    EXPECT_EQ(ids.size(), 3u);
+    EXPECT_EQ(ids.count(0u), 0u);
+}
+
+TEST(PlatformError, LastFailureOfOpeningAMissingFileIsFileNotFound) {
+    std::FILE* file = std::fopen("no-such-file-here.xo", "rb");
+    ASSERT_EQ(file, nullptr);
+    EXPECT_EQ(xo::platform::lastOsError(), 2u);
+}
+
+#if !defined(_WIN32)
+TEST(PlatformError, ErrnoMapsToTheWindowsNumbers) {
+    EXPECT_EQ(xo::platform::win32ErrorFromErrno(0), 0u);
+    EXPECT_EQ(xo::platform::win32ErrorFromErrno(ENOENT), 2u);
+    EXPECT_EQ(xo::platform::win32ErrorFromErrno(ENOTDIR), 3u);
+    EXPECT_EQ(xo::platform::win32ErrorFromErrno(EACCES), 5u);
+    EXPECT_EQ(xo::platform::win32ErrorFromErrno(EISDIR), 5u);
+    EXPECT_EQ(xo::platform::win32ErrorFromErrno(EEXIST), 80u);
+    EXPECT_EQ(xo::platform::win32ErrorFromErrno(ENOSPC), 112u);
+    EXPECT_EQ(xo::platform::win32ErrorFromErrno(EROFS), 19u);
+    EXPECT_EQ(xo::platform::win32ErrorFromErrno(EILSEQ), 1113u);
+    EXPECT_EQ(xo::platform::win32ErrorFromErrno(ECANCELED), 995u);
+    EXPECT_EQ(xo::platform::win32ErrorFromErrno(EHOSTDOWN), 31u) << "unmapped errors";
+}
+#endif
+
+TEST(PlatformDebugOutput, QuietWithoutADebugger) {
+    EXPECT_FALSE(xo::platform::debuggerAttached());
+    xo::platform::debugOutputW(nullptr);
+    xo::platform::debugOutputA(nullptr);
+    xo::platform::debugOutputW(L"surrogates \xD83D\xDE00 and a lone \xDC00\n");
+}
+
+} // namespace

@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that building (and, with "all", testing both targets)
+# needs and that the machine lacks. Safe to run again: it installs only what is missing.
+set -euo pipefail
+
+packages=(cmake ninja-build g++ ccache)
+if [[ "${1:-}" == "all" ]]; then
+    packages+=(googletest libgtest-dev libbenchmark-dev clang libclang-rt-dev
+               g++-mingw-w64-x86-64-posix wine64 binutils)
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" ||
+        missing+=("$package")
+done
+[[ ${#missing[@]} -eq 0 ]] && exit 0
+
+sudo=""
+[[ "$(id -u)" -eq 0 ]] || sudo="sudo"
+echo "installing: ${missing[*]}"
+$sudo apt-get update -qq
+DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq "${missing[@]}" >/dev/null
