@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds both targets and runs every test: the Linux suite under AddressSanitizer +
 # UndefinedBehaviorSanitizer and under ThreadSanitizer, the Linux release build (export
-# list, benchmarks built), and the Windows suite under Wine.
+# list, benchmarks built), a short run of every fuzzer, and the Windows suite under Wine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash tools/install-deps.sh all
@@ -16,6 +16,9 @@ for preset in linux-asan linux-tsan linux-release; do
     build "$preset"
     ctest --preset "$preset"
 done
+
+build linux-fuzz
+bash tools/run-fuzzers.sh build/linux-fuzz 5
 
 build windows
 export WINEDEBUG=-all WINEDLLOVERRIDES="winedbg.exe=d"

@@ -11,7 +11,9 @@
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
 #include <map>
+#include <new>
 #include <vector>
 
 namespace xo {
@@ -23,12 +25,44 @@ struct Entry {
     std::uint32_t users = 0;
 };
 
-using EntryMap = std::map<std::uint64_t, Entry>;
+// A type of this file's own, so that the stack's template code stays internal.
+struct IdleLock {
+    XoLock* lock;
+};
+
+// Map nodes on cache lines of their own, so that threads on different stripes do not
+// share a line through neighbouring nodes.
+template <class T>
+struct CacheLineAllocator {
+    using value_type = T;
+    static constexpr std::align_val_t kAlignment{64};
+
+    CacheLineAllocator() = default;
+    template <class U>
+    CacheLineAllocator(const CacheLineAllocator<U>&) {}
+
+    T* allocate(std::size_t n) {
+        return static_cast<T*>(::operator new(n * sizeof(T), kAlignment));
+    }
+    void deallocate(T* p, std::size_t) { ::operator delete(p, kAlignment); }
+
+    template <class U>
+    bool operator==(const CacheLineAllocator<U>&) const {
+        return true;
+    }
+    template <class U>
+    bool operator!=(const CacheLineAllocator<U>&) const {
+        return false;
+    }
+};
+
+using EntryMap = std::map<std::uint64_t, Entry, std::less<std::uint64_t>,
+                          CacheLineAllocator<std::pair<const std::uint64_t, Entry>>>;
 
 struct alignas(64) Stripe {
     XoLock* guard = createXoLock();
     EntryMap entries;
-    std::vector<XoLock*> idle;                 // a stack: back is the most recent
+    std::vector<IdleLock> idle;                // a stack: back is the most recent
     std::vector<EntryMap::node_type> spares;   // erased nodes, reused by the next insert
 
     ~Stripe();
@@ -39,7 +73,7 @@ struct alignas(64) Stripe {
     XoLock* popIdle() {
         if (idle.empty())
             return nullptr;
-        XoLock* lock = idle.back();
+        XoLock* lock = idle.back().lock;
         idle.pop_back();
         return lock;
     }
@@ -60,8 +94,8 @@ struct alignas(64) Stripe {
 
 // Locks of entries still in use at exit belong to live guards and are left alone.
 Stripe::~Stripe() {
-    for (XoLock* lock : idle)
-        delete lock;
+    for (IdleLock idleLock : idle)
+        delete idleLock.lock;
     for (auto& [key, entry] : entries)
         if (entry.users == 0)
             delete entry.lock;
@@ -117,7 +151,7 @@ XoLock* Pool::acquire(std::uint64_t key) {
     if (entry.lock == nullptr)
         entry.lock = lock;
     else
-        stripe.idle.push_back(lock);
+        stripe.idle.push_back({lock});
     return entry.lock;
 }
 
@@ -142,7 +176,7 @@ void Pool::release(std::uint64_t key) {
     if (--it->second.users != 0)
         return;
     if (it->second.lock != nullptr)
-        stripe.idle.push_back(it->second.lock);
+        stripe.idle.push_back({it->second.lock});
     stripe.spares.push_back(stripe.entries.extract(it));
 }
 
