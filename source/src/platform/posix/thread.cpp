@@ -6,7 +6,7 @@
 
 namespace xo::platform {
 
-__attribute__((tls_model("initial-exec"))) thread_local std::uint32_t t_threadId = 0;
+__thread std::uint32_t t_threadId __attribute__((tls_model("initial-exec"))) = 0;
 
 std::uint32_t queryThreadId() {
     t_threadId = static_cast<std::uint32_t>(::syscall(SYS_gettid));

@@ -7,8 +7,9 @@ namespace xo::platform {
 
 std::uint32_t queryThreadId();
 
-// initial-exec: one fs-relative load instead of a __tls_get_addr call.
-extern __attribute__((tls_model("initial-exec"))) thread_local std::uint32_t t_threadId;
+// __thread: no dynamic-initialisation wrapper; initial-exec: one fs-relative load
+// instead of a __tls_get_addr call.
+extern __thread std::uint32_t t_threadId __attribute__((tls_model("initial-exec")));
 
 inline std::uint32_t cachedThreadId() {
     const std::uint32_t id = t_threadId;

@@ -72,16 +72,19 @@ public:
     void lock() override { lockDirect(); }
     void unlock() override { unlockDirect(); }
 
+    // The compare-exchange comes first: a free lock is the common case, and a failed
+    // exchange reports the owner, which tells a recursive take from contention.
     void lockDirect() {
         const std::uint32_t self = xo::platform::cachedThreadId();
-        if (m_owner.load(std::memory_order_relaxed) == self) {
-            ++m_depth;
-            return;
-        }
-        std::uint32_t expected = 0;
-        if (!m_owner.compare_exchange_strong(expected, self, std::memory_order_acquire,
-                                             std::memory_order_relaxed))
+        std::uint32_t owner = 0;
+        if (!m_owner.compare_exchange_strong(owner, self, std::memory_order_acquire,
+                                             std::memory_order_relaxed)) {
+            if (owner == self) {
+                ++m_depth;
+                return;
+            }
             lockContended(self);
+        }
         m_depth = 1;
     }
 
