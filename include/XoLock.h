@@ -45,8 +45,11 @@ private:
 
 // Locks an address for its lifetime with the pool's lock for that address, so any
 // object can be locked without carrying a lock. Guards on one address exclude each
-// other (and nest within one thread); a null address locks nothing. Each address in
-// use has exactly one lock; idle locks are reused most recently returned first.
+// other (and nest within one thread); a null address locks nothing, and so does every
+// guard made after the pool is torn down at process exit. Each address in use has
+// exactly one lock. Locks are never destroyed while the process runs: idle ones are
+// reused, most recently returned first (the pool is striped by address, and the order
+// holds within a stripe), so the locks made stay at the most addresses locked at once.
 // Not copyable: the copy would release the address twice.
 class XOOSBASE_API XoAutoLockInPool {
 public:
