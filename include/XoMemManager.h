@@ -1,0 +1,45 @@
+// An allocator object that a client creates for itself. It lives in a private heap of
+// 64 KiB regions; small requests come from a table of small blocks, the rest from that
+// heap. release() gives every region back at once, so all blocks still held by the
+// client go with it.
+#pragma once
+
+#include "XoOsBaseExport.h"
+
+#include <cstddef>
+
+// Sizes are in bytes. Failures return null, never throw. Blocks are 16-byte aligned.
+// One manager may be shared by threads: every operation takes the manager's own lock.
+class XOOSBASE_API XoMemManager {
+protected:
+    // Declared first: the destructor and release() take the first two slots.
+    virtual ~XoMemManager();
+
+public:
+    // A new manager, or null when no address space or memory can be had.
+    static XoMemManager* sCreate();
+
+    // Destroys the manager and gives back every block and region it ever handed out.
+    virtual void release();
+
+    // Size 0 returns null. Sizes up to 256, and exactly 1024, come from the small-block
+    // table; every other size from the private heap.
+    virtual void* allocate(std::size_t size) = 0;
+    // Always from the private heap; size 0 still yields a distinct block.
+    virtual void* allocateFromHeap(std::size_t size) = 0;
+    // allocate(count * size); a negative size, or a product that overflows, gives null.
+    virtual void* allocateArray(std::size_t count, int size) = 0;
+    virtual void* allocateZeroed(std::size_t size) = 0;
+    virtual void* allocateFromHeapZeroed(std::size_t size) = 0;
+    // Null pointer: allocate(size). Size 0: deallocate(pointer), returns null. Otherwise
+    // the contents up to the smaller size are kept; a small block always moves, a heap
+    // block stays a heap block. On failure null is returned and the old block stays.
+    virtual void* reallocate(void* pointer, std::size_t size) = 0;
+    // Any block of this manager; null is ignored.
+    virtual void deallocate(void* pointer) = 0;
+
+protected:
+    XoMemManager() = default;
+    XoMemManager(const XoMemManager&) = default;
+    XoMemManager& operator=(const XoMemManager&) = default;
+};

@@ -1,0 +1,57 @@
+// The allocation entry points. Small blocks and page blocks come from the library's own
+// pools on 1 MiB segments that it reserves at fixed addresses below 32 GiB; everything
+// else comes from the C runtime heap. Any pointer is routed by its address alone, and
+// no block carries a header.
+//
+// Each family frees its own blocks: _xoMalloc/_xoAllocate/_xoRealloc/_xoReallocate
+// blocks go back through _xoFree/_xoDeallocate; xoAllocPage/xoAllocPageHeap blocks
+// through xoFreePage/xoFreePageHeap; raw pages through xoFreeRawPage.
+//
+// The pools are built on first use, so allocation works from any static initialiser,
+// the library's or a client's; they are given back at process exit, after which
+// freeing a pool block does nothing.
+#pragma once
+
+#include "XoOsBaseExport.h"
+
+#include <cstddef>
+
+extern "C" {
+
+// Null for sizes above 2 GiB; otherwise _xoAllocate.
+XOOSBASE_API void* _xoMalloc(std::size_t size);
+// Size 0 counts as 1. Sizes 1-256, 500-512, 1000-1024, 2000-2048 and 4000-4096 are
+// pooled; the rest, and any size whose pool is exhausted, use the C runtime malloc.
+XOOSBASE_API void* _xoAllocate(std::size_t size);
+// Size 0 returns the pointer unchanged and frees nothing (unlike realloc).
+XOOSBASE_API void* _xoRealloc(void* pointer, std::size_t size);
+// A pool block always moves, also when shrinking; on failure null is returned and the
+// old block stays valid. Other pointers (null included) go to the C runtime realloc.
+XOOSBASE_API void* _xoReallocate(void* pointer, std::size_t size);
+XOOSBASE_API void _xoFree(void* pointer);
+XOOSBASE_API void _xoDeallocate(void* pointer);
+// Copies a terminated string of 16-bit units; neither the argument nor the allocation
+// is checked for null.
+XOOSBASE_API wchar_t* _xoStrdup(const wchar_t* text);
+XOOSBASE_API void _xoStrdupFree(void* pointer);
+
+// Debug allocation is not provided: these always return null. The freeing forms work
+// as _xoDeallocate.
+XOOSBASE_API void* _xoMallocDbg(std::size_t size, const char* file, int line);
+XOOSBASE_API void* _xoAllocateDbg(std::size_t size, const char* file, int line);
+XOOSBASE_API void* _xoReallocDbg(void* pointer, std::size_t size, const char* file, int line);
+XOOSBASE_API void* _xoReallocateDbg(void* pointer, std::size_t size, const char* file,
+                                    int line);
+XOOSBASE_API void _xoFreeDbg(void* pointer);
+XOOSBASE_API void _xoDeallocateDbg(void* pointer);
+
+// One block of exactly 1 MiB whatever the count (the argument is not used).
+XOOSBASE_API void* xoAllocPage(std::size_t count);
+// Whole multiples of 4096 up to 1 MiB come from the page pool; other sizes from malloc.
+XOOSBASE_API void* xoAllocPageHeap(std::size_t size);
+XOOSBASE_API void xoFreePage(void* pointer);
+XOOSBASE_API void xoFreePageHeap(void* pointer);
+// A whole 1 MiB segment, committed read-write, belonging to no pool; null on failure.
+XOOSBASE_API void* xoAllocRawPage();
+XOOSBASE_API void xoFreeRawPage(void* pointer);
+}

@@ -1,0 +1,147 @@
+#include "memory/xosmallblockpool.h"
+
+#include <array>
+
+namespace xo {
+
+namespace {
+
+constexpr int kPagesPerSegment = static_cast<int>(kSegmentSize / kPageSize);
+constexpr int kHeaderPages =
+    static_cast<int>((kPagesPerSegment * sizeof(XoUnit) + kPageSize - 1) / kPageSize);
+constexpr int kBlockPages = kPagesPerSegment - kHeaderPages;
+
+constexpr std::size_t kBlockSizes[XoSmallBlockPool::kClasses + 1] = {
+    0,   512, 1024, 2048, 4096, 256, 240, 224, 208, 200, 192, 184, 176, 168, 160, 152, 144,
+    136, 128, 120,  112,  104,  96,  88,  80,  72,  64,  56,  48,  40,  32,  24,  16,  8};
+
+// Requests of 0 to 256 bytes: steps of 8 up to 208, then of 16.
+constexpr std::array<std::uint8_t, 257> makeClassTable() {
+    std::array<std::uint8_t, 257> table{};
+    for (int size = 0; size <= 256; ++size) {
+        const int request = size == 0 ? 1 : size;
+        int best = 0;
+        for (int c = 5; c <= XoSmallBlockPool::kClasses; ++c)
+            if (kBlockSizes[c] >= static_cast<std::size_t>(request) &&
+                (best == 0 || kBlockSizes[c] < kBlockSizes[best]))
+                best = c;
+        table[static_cast<std::size_t>(size)] = static_cast<std::uint8_t>(best);
+    }
+    return table;
+}
+
+constexpr std::array<std::uint8_t, 257> kClassTable = makeClassTable();
+
+XoUnit* recordsOf(const void* p) {
+    return reinterpret_cast<XoUnit*>(addressOf(p) & ~std::uintptr_t{kSegmentSize - 1});
+}
+
+XoUnit* recordOf(const void* p) {
+    return recordsOf(p) + ((addressOf(p) & (kSegmentSize - 1)) >> 12);
+}
+
+} // namespace
+
+// A class keeps its last empty page, so that a block allocated and freed in a loop does
+// not move a page in and out of its segment each time.
+XoSmallBlockPool::XoSmallBlockPool(XoSegmentTable& segments) : m_segments(segments) {
+    for (int c = 1; c <= kClasses; ++c)
+        m_classes[c].init(static_cast<std::uint16_t>(c), kBlockSizes[c], kPageSize, true);
+}
+
+// Above 256 bytes only sizes close to a power of two are pooled, to bound the waste.
+int XoSmallBlockPool::classFor(std::size_t size) {
+    if (size <= 256)
+        return kClassTable[size];
+    if (size >= 500 && size <= 512)
+        return 1;
+    if (size >= 1000 && size <= 1024)
+        return 2;
+    if (size >= 2000 && size <= 2048)
+        return 3;
+    if (size >= 4000 && size <= 4096)
+        return 4;
+    return 0;
+}
+
+std::size_t XoSmallBlockPool::blockSizeOf(int sizeClass) { return kBlockSizes[sizeClass]; }
+
+std::size_t XoSmallBlockPool::sizeOf(const void* block) const {
+    return kBlockSizes[recordOf(block)->sizeClass];
+}
+
+void XoSmallBlockPool::give(void* block) {
+    XoUnit* unit = recordOf(block);
+    const int sizeClass = unit->sizeClass;
+    if (sizeClass != 0)
+        m_classes[sizeClass].give(unit, block, m_source);
+}
+
+// Record 0 of a segment describes the segment: its free page count and its links on
+// the list of segments with free pages.
+XoUnit* XoSmallBlockPool::addSegment() {
+    char* base = m_segments.acquire();
+    if (base == nullptr)
+        return nullptr;
+    auto* records = reinterpret_cast<XoUnit*>(base);
+    const auto number = static_cast<std::int16_t>(addressOf(base) >> 20);
+    for (int i = 0; i < kPagesPerSegment; ++i)
+        records[i] = XoUnit{0, 0, number, 0, nullptr, nullptr, nullptr, base + i * kPageSize};
+    records[0].available = kBlockPages;
+    m_withFreePages.pushFront(&records[0]);
+    return &records[0];
+}
+
+XoUnit* XoSmallBlockPool::newUnit(std::uint16_t sizeClass) {
+    XoAutoLocker guard(&m_pageLock);
+    XoUnit* header = m_withFreePages.head;
+    if (header == nullptr && (header = addSegment()) == nullptr)
+        return nullptr;
+    for (int i = kHeaderPages; i < kPagesPerSegment; ++i) {
+        XoUnit* page = header + i;
+        if (page->sizeClass != 0)
+            continue;
+        page->sizeClass = sizeClass;
+        if (--header->available == 0)
+            m_withFreePages.remove(header);
+        return page;
+    }
+    return nullptr; // unreachable while the count is right
+}
+
+XoUnit* XoSmallBlockPool::returnPage(XoUnit* unit) {
+    XoUnit* header = recordsOf(unit->base);
+    unit->sizeClass = 0;
+    if (header->available++ == 0)
+        m_withFreePages.pushFront(header);
+    return header;
+}
+
+// A fully free segment is given back unless it is the only one with free pages, so
+// that one block allocated and freed in a loop does not map and unmap a segment.
+void XoSmallBlockPool::emptyUnit(XoUnit* unit) {
+    XoAutoLocker guard(&m_pageLock);
+    XoUnit* header = returnPage(unit);
+    if (header->available == kBlockPages &&
+        (header->after != nullptr || header->before != nullptr))
+        giveBackSegment(header);
+}
+
+void XoSmallBlockPool::giveBackSegment(XoUnit* header) {
+    m_withFreePages.remove(header);
+    m_segments.giveBack(header->base);
+}
+
+// Every page goes back to its segment, so every segment ends on the list.
+void XoSmallBlockPool::tearDown() {
+    for (int c = 1; c <= kClasses; ++c)
+        m_classes[c].drain([this](XoUnit* unit) {
+            XoAutoLocker guard(&m_pageLock);
+            returnPage(unit);
+        });
+    XoAutoLocker guard(&m_pageLock);
+    while (XoUnit* header = m_withFreePages.head)
+        giveBackSegment(header);
+}
+
+} // namespace xo

@@ -1,0 +1,286 @@
+#include "XoMemory.h"
+#include "memory/xopools.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <set>
+#include <thread>
+#include <vector>
+
+namespace {
+
+xo::XoPools& pools() { return xo::XoPools::instance(); }
+bool pooled(const void* p) { return pools().segments.owns(p); }
+std::size_t blockSize(const void* p) { return pools().small.sizeOf(p); }
+
+void fill(void* p, std::size_t n, unsigned char seed) {
+    auto* bytes = static_cast<unsigned char*>(p);
+    for (std::size_t i = 0; i < n; ++i)
+        bytes[i] = static_cast<unsigned char>(seed + i);
+}
+
+bool holds(const void* p, std::size_t n, unsigned char seed) {
+    auto* bytes = static_cast<const unsigned char*>(p);
+    for (std::size_t i = 0; i < n; ++i)
+        if (bytes[i] != static_cast<unsigned char>(seed + i))
+            return false;
+    return true;
+}
+
+TEST(XoMemory, SizesPickTheSmallestClassAndOnlyNearPowersOfTwoAbove256) {
+    struct Case {
+        std::size_t request, block;
+    } cases[] = {{0, 8},     {1, 8},       {8, 8},       {9, 16},     {24, 24},
+                 {200, 200}, {201, 208},   {208, 208},   {209, 224},  {241, 256},
+                 {256, 256}, {500, 512},   {510, 512},   {512, 512},  {1000, 1024},
+                 {1024, 1024}, {2000, 2048}, {2048, 2048}, {4000, 4096}, {4096, 4096}};
+    for (const Case& c : cases) {
+        void* p = _xoMalloc(c.request);
+        ASSERT_TRUE(pooled(p)) << c.request;
+        EXPECT_EQ(blockSize(p), c.block) << c.request;
+        fill(p, c.block, 1);
+        _xoFree(p);
+    }
+    for (std::size_t request : {257u, 300u, 499u, 513u, 600u, 999u, 1025u, 1999u, 2049u,
+                                3999u, 4097u, 100000u}) {
+        void* p = _xoMalloc(request);
+        ASSERT_NE(p, nullptr);
+        EXPECT_FALSE(pooled(p)) << request;
+        fill(p, request, 2);
+        _xoFree(p);
+    }
+}
+
+TEST(XoMemory, MallocRefusesAbove2GiB) {
+    EXPECT_EQ(_xoMalloc(0x80000001u), nullptr);
+    void* limit = _xoMalloc(0x80000000u); // attempted: the runtime heap may refuse
+    _xoFree(limit);
+}
+
+TEST(XoMemory, PooledBlocksAreDistinctAndKeepTheirContents) {
+    std::vector<void*> blocks;
+    for (int i = 0; i < 3000; ++i) {
+        const std::size_t size = 1 + (i * 37) % 256;
+        void* p = _xoMalloc(size);
+        fill(p, size, static_cast<unsigned char>(i));
+        blocks.push_back(p);
+    }
+    EXPECT_EQ(std::set<void*>(blocks.begin(), blocks.end()).size(), blocks.size());
+    // Free every other block, out of order, and allocate again into the holes.
+    for (std::size_t i = 0; i < blocks.size(); i += 2) {
+        _xoFree(blocks[i]);
+        blocks[i] = nullptr;
+    }
+    for (std::size_t i = 0; i < blocks.size(); i += 2) {
+        const std::size_t size = 1 + (i * 37) % 256;
+        blocks[i] = _xoMalloc(size);
+        fill(blocks[i], size, static_cast<unsigned char>(i));
+    }
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        EXPECT_TRUE(holds(blocks[i], 1 + (i * 37) % 256, static_cast<unsigned char>(i))) << i;
+        _xoFree(blocks[i]);
+    }
+}
+
+TEST(XoMemory, ReallocZeroKeepsTheBlockAndNullBehavesAsTheRuntime) {
+    void* p = _xoMalloc(40);
+    fill(p, 40, 3);
+    EXPECT_EQ(_xoRealloc(p, 0), p);
+    EXPECT_TRUE(holds(p, 40, 3));
+    _xoFree(p);
+
+    void* fromNull = _xoRealloc(nullptr, 24);
+    ASSERT_NE(fromNull, nullptr);
+    EXPECT_FALSE(pooled(fromNull)) << "realloc(nullptr) is the runtime's";
+    fill(fromNull, 24, 4);
+    _xoFree(fromNull);
+}
+
+TEST(XoMemory, ReallocAlwaysMovesPoolBlocksAndCopiesTheSmallerSize) {
+    void* p = _xoMalloc(24);
+    fill(p, 24, 5);
+    void* grown = _xoRealloc(p, 100);
+    EXPECT_NE(grown, p);
+    EXPECT_EQ(blockSize(grown), 104u);
+    EXPECT_TRUE(holds(grown, 24, 5));
+
+    void* big = _xoMalloc(256);
+    fill(big, 256, 6);
+    void* shrunk = _xoRealloc(big, 10);
+    EXPECT_NE(shrunk, big);
+    EXPECT_EQ(blockSize(shrunk), 16u);
+    EXPECT_TRUE(holds(shrunk, 10, 6));
+
+    void* same = _xoMalloc(64);
+    fill(same, 64, 7);
+    void* moved = _xoRealloc(same, 64);
+    EXPECT_NE(moved, same) << "moved even at the same size";
+    EXPECT_TRUE(holds(moved, 64, 7));
+
+    void* toHeap = _xoRealloc(moved, 5000);
+    EXPECT_FALSE(pooled(toHeap));
+    EXPECT_TRUE(holds(toHeap, 64, 7));
+    for (void* q : {grown, shrunk, toHeap})
+        _xoFree(q);
+}
+
+TEST(XoMemory, StrdupCopiesUnitsWithTheTerminator) {
+    const wchar_t text[] = {L'a', 0x4E2D, L'z', 0};
+    wchar_t* copy = _xoStrdup(text);
+    EXPECT_EQ(std::memcmp(copy, text, sizeof text), 0);
+    _xoStrdupFree(copy);
+    _xoStrdupFree(nullptr);
+    _xoFree(nullptr);
+}
+
+TEST(XoMemory, DebugAllocationIsNotProvidedButDebugFreeFrees) {
+    EXPECT_EQ(_xoMallocDbg(8, "f", 1), nullptr);
+    EXPECT_EQ(_xoAllocateDbg(8, "f", 1), nullptr);
+    void* p = _xoMalloc(8);
+    EXPECT_EQ(_xoReallocDbg(p, 16, "f", 1), nullptr);
+    EXPECT_EQ(_xoReallocateDbg(p, 16, "f", 1), nullptr);
+    _xoFreeDbg(p);
+    _xoDeallocateDbg(_xoMalloc(100));
+    _xoDeallocateDbg(nullptr);
+}
+
+TEST(XoMemory, PagesComeInWholeMultiplesOf4096) {
+    void* megabyte = xoAllocPage(5);
+    ASSERT_TRUE(pooled(megabyte));
+    EXPECT_EQ(xo::addressOf(megabyte) % xo::kSegmentSize, 0u) << "a whole segment";
+    fill(megabyte, xo::kSegmentSize, 8);
+
+    void* two = xoAllocPageHeap(8192);
+    void* twoMore = xoAllocPageHeap(8192);
+    ASSERT_TRUE(pooled(two));
+    EXPECT_EQ(xo::addressOf(twoMore) - xo::addressOf(two), 8192u) << "carved from one segment";
+    fill(two, 8192, 9);
+
+    void* odd = xoAllocPageHeap(5000);
+    EXPECT_FALSE(pooled(odd));
+    void* tooBig = xoAllocPageHeap(xo::kSegmentSize + 4096);
+    EXPECT_FALSE(pooled(tooBig));
+
+    EXPECT_TRUE(holds(megabyte, xo::kSegmentSize, 8));
+    for (void* p : {megabyte, two, twoMore, odd, tooBig})
+        xoFreePage(p);
+    xoFreePageHeap(xoAllocPageHeap(0));
+}
+
+TEST(XoMemory, AnEmptyPageSegmentIsGivenBackAndReusedFromTheCandidate) {
+    void* first = xoAllocPageHeap(0x80000); // half a segment: two blocks per segment
+    void* second = xoAllocPageHeap(0x80000);
+    const int number = static_cast<int>(xo::addressOf(first) >> 20);
+    ASSERT_EQ(xo::addressOf(second) >> 20, static_cast<std::uintptr_t>(number));
+    xoFreePage(first);
+    EXPECT_EQ(pools().segments.state(number) & 1, 1) << "still one block in use";
+    xoFreePage(second);
+    EXPECT_EQ(pools().segments.state(number) & 1, 0) << "given back";
+    EXPECT_GE(pools().segments.nextCandidate(), number);
+    void* again = xoAllocPageHeap(0x80000);
+    EXPECT_EQ(xo::addressOf(again) >> 20, static_cast<std::uintptr_t>(number))
+        << "the search resumes from the candidate, so the highest free segment is reused";
+    xoFreePage(again);
+}
+
+TEST(XoMemory, RawPagesAreWholeCommittedSegments) {
+    void* raw = xoAllocRawPage();
+    ASSERT_NE(raw, nullptr);
+    const int number = static_cast<int>(xo::addressOf(raw) >> 20);
+    EXPECT_EQ(pools().segments.state(number), 3);
+    fill(raw, xo::kSegmentSize, 10);
+    EXPECT_TRUE(holds(raw, xo::kSegmentSize, 10));
+    xoFreeRawPage(raw);
+    EXPECT_EQ(pools().segments.state(number), 2);
+    EXPECT_FALSE(pooled(raw));
+    xoFreeRawPage(nullptr);
+}
+
+TEST(XoMemory, InitialSegmentStates) {
+    const xo::XoSegmentTable& table = pools().segments;
+    for (int n : {0, 11, 32767})
+        EXPECT_EQ(table.state(n), 0) << n;
+    for (int n : {816, 863, 1536, 1663, 2032, 2047})
+        EXPECT_EQ(table.state(n) & ~1, 4) << n;
+    for (int n : {12, 815, 864, 1535, 1664, 2031, 2048, 32766})
+        EXPECT_EQ(table.state(n) & ~1, 2) << n;
+}
+
+TEST(XoMemory, ThreadsAllocatingTogetherGetDistinctBlocks) {
+    constexpr int kThreads = 4;
+    constexpr int kBlocks = 2000;
+    std::vector<std::vector<void*>> perThread(kThreads);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t)
+        threads.emplace_back([&perThread, t] {
+            for (int round = 0; round < 3; ++round) {
+                std::vector<void*>& mine = perThread[t];
+                for (int i = 0; i < kBlocks; ++i) {
+                    void* p = _xoMalloc(16 + (i % 5) * 8);
+                    std::memset(p, t, 16);
+                    mine.push_back(p);
+                }
+                for (std::size_t i = 0; i < mine.size(); ++i) {
+                    if (static_cast<const unsigned char*>(mine[i])[15] != t)
+                        ADD_FAILURE() << "block shared between threads";
+                    if (round < 2)
+                        _xoFree(mine[i]);
+                }
+                if (round < 2)
+                    mine.clear();
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    std::set<void*> all;
+    for (auto& blocks : perThread)
+        all.insert(blocks.begin(), blocks.end());
+    EXPECT_EQ(all.size(), std::size_t{kThreads} * kBlocks);
+    for (void* p : all)
+        _xoFree(p);
+}
+
+} // namespace
+
+#if defined(__SANITIZE_ADDRESS__)
+namespace {
+
+// The pool tells AddressSanitizer which of its memory is free.
+TEST(XoMemoryDeathTest, UseAfterFreeOfAPoolBlockIsReported) {
+    EXPECT_DEATH(
+        {
+            auto* p = static_cast<volatile char*>(_xoMalloc(32));
+            _xoFree(const_cast<char*>(p));
+            p[3] = 1;
+        },
+        "use-after-poison|use-after-free");
+}
+
+TEST(XoMemoryDeathTest, OverflowIntoTheNeighbouringBlockIsReported) {
+    EXPECT_DEATH(
+        {
+            auto* p = static_cast<volatile char*>(_xoMalloc(64));
+            auto* q = static_cast<volatile char*>(_xoMalloc(64));
+            volatile char* low = p < q ? p : q;
+            _xoFree(const_cast<char*>(p < q ? q : p)); // the upper block is free again
+            low[64] = 1;
+        },
+        "use-after-poison");
+}
+
+} // namespace
+#endif
+
+namespace {
+
+TEST(XoMemory, AClassKeepsItsLastEmptyPage) {
+    void* first = _xoMalloc(40);
+    _xoFree(first);
+    void* again = _xoMalloc(40);
+    EXPECT_EQ(again, first) << "the emptied page stayed with its class, in advancing mode";
+    _xoFree(again);
+}
+
+} // namespace
