@@ -55,8 +55,7 @@ void* XoUnitClass::takeSlow(const XoUnitSource& source) {
         unit = source.newUnit(source.pool, m_number);
         if (unit == nullptr)
             return nullptr;
-        unit->sizeClass = m_number;
-        unit->flags = 0;
+        unit->flags = 0; // the source has set the class, under its own lock
         unit->next = unit->base;
         unit->available = static_cast<std::uint16_t>(m_blocksPerUnit);
         poisonFree(unit->base, m_blocksPerUnit * m_blockSize);
@@ -101,7 +100,6 @@ void XoUnitClass::unitEmptied(XoUnit* unit, const XoUnitSource& source) {
         return;
     }
     home.remove(unit);
-    unit->sizeClass = 0;
     source.emptyUnit(source.pool, unit);
 }
 
