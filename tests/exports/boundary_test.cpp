@@ -11,6 +11,14 @@
 
 namespace {
 
+// A client's static initialiser may allocate before main, in any order with the
+// library's own start-up.
+struct AllocatesWhileLoading {
+    void* block = _xoMalloc(24);
+    void* page = xoAllocPageHeap(4096);
+};
+const AllocatesWhileLoading g_loading;
+
 std::wstring g_trace;
 
 void keepTrace(const wchar_t* text) { g_trace = text; }
@@ -51,6 +59,17 @@ TEST(Boundary, ObjectsCrossBothWays) {
     std::unique_ptr<XoLock> lock(createXoLock());
     lock->lock();
     lock->unlock();
+}
+
+TEST(Boundary, StaticInitialisersOfClientsCanAllocate) {
+    ASSERT_NE(g_loading.block, nullptr);
+    ASSERT_NE(g_loading.page, nullptr);
+    static_cast<char*>(g_loading.block)[23] = 1;
+    static_cast<char*>(g_loading.page)[4095] = 1;
+    void* moved = _xoRealloc(g_loading.block, 48);
+    EXPECT_EQ(static_cast<char*>(moved)[23], 1);
+    _xoFree(moved);
+    xoFreePageHeap(g_loading.page);
 }
 
 TEST(Boundary, PooledAddressLocksWorkFromTheClient) {
