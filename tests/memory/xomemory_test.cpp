@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <deque>
+#include <mutex>
+
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <set>
@@ -274,6 +278,52 @@ TEST(XoMemoryDeathTest, OverflowIntoTheNeighbouringBlockIsReported) {
 #endif
 
 namespace {
+
+TEST(XoMemory, BlocksFreedOnAnotherThreadKeepTheirPatternsUntilThen) {
+    struct Block {
+        void* p;
+        std::size_t size;
+        unsigned char seed;
+    };
+    std::mutex mutex;
+    std::deque<Block> handed;
+    std::atomic<int> producing{2};
+    std::atomic<int> bad{0};
+    auto produce = [&](int id) {
+        for (int i = 0; i < 20000; ++i) {
+            const std::size_t size = 1 + (i * 53 + id * 7) % 1024;
+            const auto seed = static_cast<unsigned char>(i + id);
+            void* p = _xoMalloc(size);
+            fill(p, size, seed);
+            std::lock_guard<std::mutex> guard(mutex);
+            handed.push_back({p, size, seed});
+        }
+        --producing;
+    };
+    auto consume = [&] {
+        for (;;) {
+            Block block{};
+            {
+                std::lock_guard<std::mutex> guard(mutex);
+                if (handed.empty()) {
+                    if (producing == 0)
+                        return;
+                    continue;
+                }
+                block = handed.front();
+                handed.pop_front();
+            }
+            if (!holds(block.p, block.size, block.seed))
+                ++bad;
+            _xoFree(block.p);
+        }
+    };
+    std::thread threads[] = {std::thread(produce, 0), std::thread(produce, 1),
+                             std::thread(consume), std::thread(consume)};
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(bad.load(), 0);
+}
 
 TEST(XoMemory, AClassKeepsItsLastEmptyPage) {
     void* first = _xoMalloc(40);

@@ -17,6 +17,16 @@ void* allocateFromClass(XoPools& pools, std::size_t size) {
     return block != nullptr ? block : std::malloc(size);
 }
 
+// Pool blocks go back to their pool, unless the pools are closed; anything else is the
+// runtime's.
+template <class Pool>
+void freeInto(const XoPools& pools, Pool& pool, void* pointer) {
+    if (!pools.segments.owns(pointer))
+        std::free(pointer);
+    else if (!pools.closed.load(std::memory_order_relaxed))
+        pool.give(pointer);
+}
+
 } // namespace
 
 void* _xoMalloc(std::size_t size) { return size > kMallocLimit ? nullptr : _xoAllocate(size); }
@@ -49,10 +59,7 @@ void _xoFree(void* pointer) {
 
 void _xoDeallocate(void* pointer) {
     XoPools& pools = XoPools::instance();
-    if (!pools.segments.owns(pointer))
-        std::free(pointer);
-    else if (!pools.closed.load(std::memory_order_relaxed))
-        pools.small.give(pointer);
+    freeInto(pools, pools.small, pointer);
 }
 
 wchar_t* _xoStrdup(const wchar_t* text) {
@@ -94,10 +101,7 @@ void* xoAllocPageHeap(std::size_t size) {
 
 void xoFreePage(void* pointer) {
     XoPools& pools = XoPools::instance();
-    if (!pools.segments.owns(pointer))
-        std::free(pointer);
-    else if (!pools.closed.load(std::memory_order_relaxed))
-        pools.pages.give(pointer);
+    freeInto(pools, pools.pages, pointer);
 }
 
 void xoFreePageHeap(void* pointer) { xoFreePage(pointer); }

@@ -25,11 +25,7 @@ public:
     void emptyUnit(XoUnit* unit);
 
 private:
-    const XoUnitSource m_source{
-        this, [](void* pool, std::uint16_t sizeClass) {
-            return static_cast<XoPagePool*>(pool)->newUnit(sizeClass);
-        },
-        [](void* pool, XoUnit* unit) { static_cast<XoPagePool*>(pool)->emptyUnit(unit); }};
+    const XoUnitSource m_source = unitSourceOf(this);
     XoSegmentTable& m_segments;
     XoLocker m_descriptorLock; // guards m_records
     XoUnit m_records[kSegmentCount];

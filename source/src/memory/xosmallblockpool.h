@@ -30,11 +30,7 @@ public:
     void emptyUnit(XoUnit* unit);
 
 private:
-    const XoUnitSource m_source{
-        this, [](void* pool, std::uint16_t sizeClass) {
-            return static_cast<XoSmallBlockPool*>(pool)->newUnit(sizeClass);
-        },
-        [](void* pool, XoUnit* unit) { static_cast<XoSmallBlockPool*>(pool)->emptyUnit(unit); }};
+    const XoUnitSource m_source = unitSourceOf(this);
     XoUnit* addSegment();
     XoUnit* returnPage(XoUnit* unit);
     void giveBackSegment(XoUnit* header);

@@ -41,6 +41,16 @@ struct XoUnitSource {
     void (*emptyUnit)(void* pool, XoUnit* unit);
 };
 
+// The source of a pool that has newUnit and emptyUnit.
+template <class Pool>
+XoUnitSource unitSourceOf(Pool* pool) {
+    return {pool,
+            [](void* p, std::uint16_t sizeClass) {
+                return static_cast<Pool*>(p)->newUnit(sizeClass);
+            },
+            [](void* p, XoUnit* unit) { static_cast<Pool*>(p)->emptyUnit(unit); }};
+}
+
 class XoUnitClass {
 public:
     XoUnitClass() = default;
