@@ -94,14 +94,3 @@ void BM_XoAutoLockInPool(benchmark::State& state) {
 BENCHMARK(BM_XoAutoLockInPool)->Threads(1)->Threads(2)->UseRealTime();
 
 } // namespace
-
-int main(int argc, char** argv) {
-    // The C and C++ runtimes skip their locking until a second thread has existed.
-    std::thread([] {}).join();
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

@@ -143,13 +143,3 @@ BENCHMARK_TEMPLATE(BM_ThreadPairs, Glibc)->Arg(0)->Arg(1)->Threads(1)->Threads(2
 BENCHMARK_TEMPLATE(BM_ThreadPairs, Mimalloc)->Arg(0)->Arg(1)->Threads(1)->Threads(2)->UseRealTime();
 
 } // namespace
-
-int main(int argc, char** argv) {
-    std::thread([] {}).join(); // the runtimes lock only once a thread has existed
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
