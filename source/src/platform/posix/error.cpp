@@ -67,3 +67,15 @@ std::uint32_t win32ErrorFromErrno(int error) {
 std::uint32_t lastOsError() { return win32ErrorFromErrno(errno); }
 
 } // namespace xo::platform
+
+namespace xo::platform {
+
+namespace {
+thread_local std::uint32_t tLastError = 0;
+}
+
+std::uint32_t threadLastError() { return tLastError; }
+
+void setThreadLastError(std::uint32_t error) { tLastError = error; }
+
+} // namespace xo::platform
