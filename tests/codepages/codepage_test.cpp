@@ -5,6 +5,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/charconverter.h"
 #include "platform/codepage.h"
 #include "platform/error.h"
 
@@ -120,6 +121,54 @@ TEST(CodePage, FirstUseOfAPageFromManyThreads) {
     for (const std::string& result : results)
         EXPECT_EQ(result, toBytes(869, 0, L"\x0391\x03A9", nullptr));
     EXPECT_EQ(results[0].size(), 2u);
+}
+
+TEST(CharConverter, AgreesWithTheStringConversions) {
+    for (unsigned page : {932u, 936u, 1252u, 874u, os::kCpAcp}) {
+        const os::CharConverter converter(page);
+        ASSERT_TRUE(converter.valid()) << page;
+        for (unsigned lead = 0; lead < 256; ++lead) {
+            for (unsigned trail : {0x00u, 0x20u, 0x40u, 0x7Fu, 0x80u, 0xA1u, 0xFEu}) {
+                const char bytes[2] = {char(lead), char(trail)};
+                char16_t unit = 0;
+                bool invalid = false;
+                const int taken = converter.decodeOne(bytes, 2, &unit, &invalid);
+                wchar_t expected[2];
+                const int n = os::multiByteToWideChar(page, 0, bytes, taken, expected, 2);
+                ASSERT_EQ(n, 1) << page << " " << lead << " " << trail;
+                EXPECT_EQ(unit, char16_t(expected[0])) << page << " " << lead << " " << trail;
+                EXPECT_EQ(invalid, os::multiByteToWideChar(page, os::kMbErrInvalidChars, bytes, taken, expected, 2) == 0);
+                EXPECT_EQ(taken == 2, os::multiByteToWideChar(page, 0, bytes, 2, expected, 2) == 1);
+            }
+        }
+        for (unsigned u = 0; u < 0x10000; u += 7) {
+            char out[4];
+            bool used = false;
+            const int n = converter.encodeOne(char16_t(u), out, &used);
+            const wchar_t wide = wchar_t(u);
+            char expected[4];
+            bool expectedUsed = false;
+            ASSERT_EQ(n, os::wideCharToMultiByte(page, 0, &wide, 1, expected, 4, nullptr, &expectedUsed)) << u;
+            EXPECT_EQ(std::string(out, std::size_t(n)), std::string(expected, std::size_t(n))) << u;
+            EXPECT_EQ(used, expectedUsed) << u;
+        }
+    }
+    EXPECT_FALSE(os::CharConverter(28586).valid());
+}
+
+TEST(CharConverter, Utf8TakesTheSequenceItsFirstByteAnnounces) {
+    const os::CharConverter converter(os::kCpUtf8);
+    char16_t unit = 0;
+    bool invalid = true;
+    EXPECT_EQ(converter.decodeOne("\xE3\x81\x82z", 4, &unit, &invalid), 3);
+    EXPECT_EQ(unit, u'\x3042');
+    EXPECT_FALSE(invalid);
+    EXPECT_EQ(converter.decodeOne("\xE3\x81", 2, &unit, &invalid), 2);
+    EXPECT_EQ(unit, u'\xFFFD');
+    EXPECT_TRUE(invalid);
+    char out[4];
+    EXPECT_EQ(converter.encodeOne(u'\x3042', out, nullptr), 3);
+    EXPECT_EQ(std::string(out, 3), "\xE3\x81\x82");
 }
 
 } // namespace

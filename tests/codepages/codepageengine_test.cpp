@@ -61,6 +61,17 @@ TEST(CodePageEngine, EveryValidPairSurvivesARoundTrip) {
     }
 }
 
+TEST(CodePageEngine, NoLeadByteIsAsciiAndNoPairIsMoreThanOneUnit) {
+    std::size_t count = 0;
+    const cp::PageData* const* pages = cp::allPages(&count);
+    for (std::size_t i = 0; i < count; ++i)
+        for (unsigned b = 0; b < 0x80; ++b)
+            EXPECT_FALSE(cp::testBit(pages[i]->leadBits, b)) << pages[i]->codePage << " " << b;
+    // The fast paths size their output by the input's byte count.
+    wchar_t out[4];
+    EXPECT_EQ(cp::multiByteToWideChar(932, 0, "a\x82\xA0", 3, out, 3).count, 2);
+}
+
 TEST(CodePageEngine, RefusesWhatWindowsRefuses) {
     wchar_t w[4];
     char b[4];

@@ -1,275 +1,172 @@
 #include "codepageengine.h"
 
+#include <algorithm>
 #include <cstring>
-#include <memory>
-#include <mutex>
-#include <vector>
 
 #include "codepagedata.h"
-#include "codepageinverse.h"
+#include "pagestate.h"
+#include "utf8conversion.h"
 
 namespace xo::codepages {
+
 namespace {
-
-constexpr char16_t kReplacement = 0xFFFD;
-
-// What a page needs at run time beyond its read-only tables: the row of each lead byte,
-// and the reverse table, both derived on first use of the page.
-struct PageState {
-    const PageData* data = nullptr;
-    std::once_flag once;
-    std::int16_t leadRow[256] = {};
-    std::unique_ptr<std::uint16_t[]> reverse;
-};
-
-void derive(PageState& state) {
-    const PageData& page = *state.data;
-    std::int16_t row = 0;
-    for (unsigned b = 0; b < 256; ++b)
-        state.leadRow[b] = testBit(page.leadBits, b) ? row++ : std::int16_t(-1);
-    std::vector<std::uint32_t> plain(0x10000);
-    invertForward(page, plain.data());
-    state.reverse.reset(new std::uint16_t[0x10000]);
-    for (unsigned u = 0; u < 0x10000; ++u)
-        state.reverse[u] = std::uint16_t(plain[u] == kNoCode ? page.defaultChar : plain[u]);
-    for (std::size_t i = 0; i < page.bestFitCount; ++i)
-        state.reverse[page.bestFit[2 * i]] = page.bestFit[2 * i + 1];
-}
-
-PageState* stateOf(unsigned codePage) {
-    static PageState* states = [] {
-        std::size_t count = 0;
-        const PageData* const* pages = allPages(&count);
-        auto* all = new PageState[count]; // lives as long as the process
-        for (std::size_t i = 0; i < count; ++i)
-            all[i].data = pages[i];
-        return all;
-    }();
-    const int index = pageIndex(codePage);
-    if (index < 0)
-        return nullptr;
-    PageState& state = states[index];
-    std::call_once(state.once, derive, state);
-    return &state;
-}
-
-// Appends units to the caller's buffer, or only counts them when it has no room asked.
-class WideSink {
-public:
-    WideSink(wchar_t* dst, int capacity) : dst_(dst), capacity_(capacity) {}
-    bool put(char16_t unit) {
-        if (capacity_ != 0) {
-            if (count_ >= capacity_)
-                return false;
-            dst_[count_] = wchar_t(unit);
-        }
-        ++count_;
-        return true;
-    }
-    int count() const { return count_; }
-
-private:
-    wchar_t* dst_;
-    int capacity_;
-    int count_ = 0;
-};
-
-class ByteSink {
-public:
-    ByteSink(char* dst, int capacity) : dst_(dst), capacity_(capacity) {}
-    bool put(const char* bytes, int n) {
-        if (capacity_ != 0) {
-            if (count_ + n > capacity_)
-                return false;
-            std::memcpy(dst_ + count_, bytes, std::size_t(n));
-        }
-        count_ += n;
-        return true;
-    }
-    int count() const { return count_; }
-
-private:
-    char* dst_;
-    int capacity_;
-    int count_ = 0;
-};
 
 Outcome failed(std::uint32_t error) { return Outcome{0, error}; }
 
-// Decodes one UTF-8 character after its first byte. An ill-formed sequence yields
-// U+FFFD and consumes the bytes that were checked up to the fault, as Windows does; a
-// sequence cut off by the end of the input consumes the rest of the input.
-std::uint32_t decodeUtf8(const unsigned char*& p, const unsigned char* end, bool& invalid) {
-    const unsigned lead = *p++;
-    if (lead < 0x80)
-        return lead;
-    const unsigned length = lead >= 0xC2 && lead <= 0xDF   ? 1
-                            : lead >= 0xE0 && lead <= 0xEF ? 2
-                            : lead >= 0xF0 && lead <= 0xF4 ? 3
-                                                           : 0;
-    invalid = true;
-    if (length == 0)
-        return kReplacement;
-    if (std::size_t(end - p) < length) {
-        p = end;
-        return kReplacement;
+// Reads one character: a lead byte followed by a trail byte is a pair; anything else,
+// a lead byte at the end included, reads alone.
+inline char16_t readNext(const PageState& state, const unsigned char*& p, const unsigned char* end,
+                         bool& invalid) {
+    const PageData& page = *state.data;
+    const unsigned byte = *p++;
+    const int row = state.leadRow[byte];
+    if (row >= 0 && p < end && testBit(page.trailBits, *p)) {
+        const unsigned trail = *p++;
+        invalid = testBit(page.pairInvalid + row * 32, trail);
+        return page.pairs[row * 256 + trail];
     }
-    std::uint32_t value = lead & (0x3Fu >> length);
-    for (unsigned left = length; left > 0; --left) {
-        const unsigned next = *p ^ 0x80u;
-        if (next >= 0x40)
-            return kReplacement;
-        value = (value << 6) | next;
-        if (left == 2 && value >= (0x110000u >> 6))
-            return kReplacement; // beyond U+10FFFF: the byte is not taken
-        ++p;
-        if (left == 3 && value < 0x10)
-            return kReplacement; // overlong four-byte form
-        if (left == 2 && (value < 0x20 || (value >= (0xD800u >> 6) && value <= (0xDFFFu >> 6))))
-            return kReplacement; // overlong three-byte form, or a surrogate
-        if (left == 1 && value < 0x80)
-            return kReplacement;
-    }
-    invalid = false;
-    return value;
+    invalid = row >= 0 || testBit(page.singleInvalid, byte);
+    return page.singles[byte];
 }
 
-Outcome utf8ToWide(unsigned flags, const unsigned char* p, const unsigned char* end, WideSink& out) {
-    while (p < end) {
-        bool invalid = false;
-        const std::uint32_t value = decodeUtf8(p, end, invalid);
-        if (invalid && (flags & kMbErrInvalidChars))
-            return failed(kErrorNoUnicodeTranslation);
-        bool ok;
-        if (value >= 0x10000) {
-            ok = out.put(char16_t(0xD800 + ((value - 0x10000) >> 10))) &&
-                 out.put(char16_t(0xDC00 + ((value - 0x10000) & 0x3FF)));
-        } else {
-            ok = out.put(char16_t(value));
-        }
-        if (!ok)
-            return failed(kErrorInsufficientBuffer);
-    }
-    return Outcome{out.count(), 0};
+// With MB_ERR_INVALID_CHARS Windows rejects invalid input before it looks at the room.
+bool tableInputValid(const PageState& state, const unsigned char* p, const unsigned char* end) {
+    bool invalid = false;
+    while (p < end && !invalid)
+        readNext(state, p, end, invalid);
+    return !invalid;
 }
 
 Outcome tableToWide(const PageState& state, unsigned flags, const unsigned char* p,
-                    const unsigned char* end, WideSink& out) {
-    const PageData& page = *state.data;
-    const bool strict = flags & kMbErrInvalidChars;
+                    const unsigned char* end, wchar_t* dst, int dstLen) {
+    if ((flags & kMbErrInvalidChars) && !tableInputValid(state, p, end))
+        return failed(kErrorNoUnicodeTranslation);
+    const char16_t* singles = state.data->singles;
+    if (state.data->leadCount == 0) {
+        const int count = int(end - p);
+        if (dstLen == 0)
+            return Outcome{count, 0};
+        const int room = std::min(count, dstLen);
+        for (int i = 0; i < room; ++i)
+            dst[i] = wchar_t(singles[p[i]]);
+        return count > dstLen ? failed(kErrorInsufficientBuffer) : Outcome{count, 0};
+    }
+    int count = 0;
+    bool invalid = false;
+    if (dstLen == 0) {
+        while (p < end) {
+            readNext(state, p, end, invalid);
+            ++count;
+        }
+        return Outcome{count, 0};
+    }
+    // No page has a lead byte below 0x80, and no byte yields more than one unit.
+    const bool roomy = end - p <= dstLen;
     while (p < end) {
-        const unsigned byte = *p++;
-        const int row = state.leadRow[byte];
-        char16_t unit;
-        bool invalid;
-        if (row >= 0 && p < end && testBit(page.trailBits, *p)) {
-            const unsigned trail = *p++;
-            unit = page.pairs[row * 256 + trail];
-            invalid = testBit(page.pairInvalid + row * 32, trail);
-        } else {
-            unit = page.singles[byte];
-            invalid = row >= 0 || testBit(page.singleInvalid, byte);
-        }
-        if (invalid && strict)
-            return failed(kErrorNoUnicodeTranslation);
-        if (!out.put(unit))
+        if (!roomy && count == dstLen)
             return failed(kErrorInsufficientBuffer);
+        if (*p < 0x80)
+            dst[count++] = wchar_t(singles[*p++]);
+        else
+            dst[count++] = wchar_t(readNext(state, p, end, invalid));
     }
-    return Outcome{out.count(), 0};
+    return Outcome{count, 0};
 }
 
-Outcome wideToUtf8(unsigned flags, const wchar_t* p, const wchar_t* end, ByteSink& out) {
-    while (p < end) {
-        std::uint32_t value = std::uint16_t(*p++);
-        if (value >= 0xD800 && value <= 0xDFFF) {
-            if (value <= 0xDBFF && p < end && std::uint16_t(*p) >= 0xDC00 &&
-                std::uint16_t(*p) <= 0xDFFF) {
-                value = 0x10000 + ((value - 0xD800) << 10) + (std::uint16_t(*p++) - 0xDC00);
-            } else {
-                if (flags & kWcErrInvalidChars)
-                    return failed(kErrorNoUnicodeTranslation);
-                value = kReplacement;
-            }
-        }
-        char bytes[4];
-        int n;
-        if (value < 0x80) {
-            bytes[0] = char(value);
-            n = 1;
-        } else if (value < 0x800) {
-            bytes[0] = char(0xC0 | (value >> 6));
-            bytes[1] = char(0x80 | (value & 0x3F));
-            n = 2;
-        } else if (value < 0x10000) {
-            bytes[0] = char(0xE0 | (value >> 12));
-            bytes[1] = char(0x80 | ((value >> 6) & 0x3F));
-            bytes[2] = char(0x80 | (value & 0x3F));
-            n = 3;
-        } else {
-            bytes[0] = char(0xF0 | (value >> 18));
-            bytes[1] = char(0x80 | ((value >> 12) & 0x3F));
-            bytes[2] = char(0x80 | ((value >> 6) & 0x3F));
-            bytes[3] = char(0x80 | (value & 0x3F));
-            n = 4;
-        }
-        if (!out.put(bytes, n))
-            return failed(kErrorInsufficientBuffer);
-    }
-    return Outcome{out.count(), 0};
+// The bytes written for units the page cannot show: the page's default character, or
+// the caller's (two bytes when it starts with a lead byte of the page).
+struct Fallback {
+    char bytes[2];
+    int length;
+};
+
+Fallback fallbackOf(const PageState& state, const char* defaultChar) {
+    const unsigned code = state.data->defaultChar;
+    if (!defaultChar)
+        return code < 256 ? Fallback{{char(code), 0}, 1} : Fallback{{char(code >> 8), char(code)}, 2};
+    if (state.leadRow[std::uint8_t(defaultChar[0])] >= 0 && defaultChar[1] != 0)
+        return Fallback{{defaultChar[0], defaultChar[1]}, 2};
+    return Fallback{{defaultChar[0], 0}, 1};
 }
 
-char16_t decodeCode(const PageState& state, unsigned code) {
-    if (code < 256)
-        return state.data->singles[code];
-    const int row = state.leadRow[code >> 8];
-    return row < 0 ? state.data->defaultUnicode : state.data->pairs[row * 256 + (code & 0xFF)];
-}
-
-int encodeCode(unsigned code, char* bytes) {
-    if (code < 256) {
-        bytes[0] = char(code);
-        return 1;
-    }
-    bytes[0] = char(code >> 8);
-    bytes[1] = char(code & 0xFF);
-    return 2;
-}
-
-Outcome wideToTable(const PageState& state, unsigned flags, const wchar_t* p, const wchar_t* end,
-                    const char* defaultChar, bool* usedDefault, ByteSink& out) {
-    const PageData& page = *state.data;
-    const char16_t defaultReadsAs = decodeCode(state, page.defaultChar);
-    char fallback[2];
-    int fallbackLength = encodeCode(page.defaultChar, fallback);
-    if (defaultChar) {
-        fallback[0] = defaultChar[0];
-        fallbackLength = 1;
-        if (state.leadRow[std::uint8_t(defaultChar[0])] >= 0 && defaultChar[1] != 0) {
-            fallback[1] = defaultChar[1];
-            fallbackLength = 2;
-        }
-    }
-    const bool noBestFit = flags & kWcNoBestFitChars;
+// The common case: best fit allowed and the page's own default character, so every
+// unit writes its reverse-table code as it stands.
+Outcome wideToTablePlain(const PageState& state, const wchar_t* p, const wchar_t* end, char* dst,
+                         int dstLen, bool* usedDefault) {
+    const unsigned defaultCode = state.data->defaultChar;
+    const char16_t defaultReadsAs = state.defaultReadsAs;
+    const std::uint16_t* reverse = state.reverse.get();
+    const bool singleByte = state.data->leadCount == 0;
+    const bool roomy = dstLen != 0 && (end - p) * (singleByte ? 1 : 2) <= dstLen;
     bool used = false;
-    while (p < end) {
-        const char16_t unit = char16_t(*p++);
-        unsigned code = state.reverse[unit];
-        if (noBestFit && decodeCode(state, code) != unit)
-            code = page.defaultChar;
-        bool ok;
-        if (code == page.defaultChar && unit != defaultReadsAs) {
-            used = true;
-            ok = out.put(fallback, fallbackLength);
-        } else {
-            char bytes[2];
-            ok = out.put(bytes, encodeCode(code, bytes));
+    int count = 0;
+    for (; p < end; ++p) {
+        const char16_t unit = char16_t(*p);
+        const unsigned code = reverse[unit];
+        used |= (code == defaultCode) & (unit != defaultReadsAs);
+        const int length = code < 256 ? 1 : 2;
+        if (!roomy) {
+            if (dstLen == 0) {
+                count += length;
+                continue;
+            }
+            if (count + length > dstLen)
+                return failed(kErrorInsufficientBuffer);
         }
-        if (!ok)
-            return failed(kErrorInsufficientBuffer);
+        if (length == 1) {
+            dst[count++] = char(code);
+        } else {
+            dst[count++] = char(code >> 8);
+            dst[count++] = char(code);
+        }
     }
     if (usedDefault)
         *usedDefault = used;
-    return Outcome{out.count(), 0};
+    return Outcome{count, 0};
+}
+
+Outcome wideToTable(const PageState& state, unsigned flags, const wchar_t* p, const wchar_t* end,
+                    char* dst, int dstLen, const char* defaultChar, bool* usedDefault) {
+    if (!defaultChar && !(flags & kWcNoBestFitChars))
+        return wideToTablePlain(state, p, end, dst, dstLen, usedDefault);
+    const unsigned defaultCode = state.data->defaultChar;
+    const Fallback fallback = fallbackOf(state, defaultChar);
+    const bool noBestFit = flags & kWcNoBestFitChars;
+    const std::uint16_t* reverse = state.reverse.get();
+    bool used = false;
+    int count = 0;
+    for (; p < end; ++p) {
+        const char16_t unit = char16_t(*p);
+        unsigned code = reverse[unit];
+        if (noBestFit && state.decode(code) != unit)
+            code = defaultCode;
+        char pair[2];
+        const char* bytes = pair;
+        int length;
+        if (code == defaultCode && unit != state.defaultReadsAs) {
+            used = true;
+            bytes = fallback.bytes;
+            length = fallback.length;
+        } else if (code < 256) {
+            pair[0] = char(code);
+            length = 1;
+        } else {
+            pair[0] = char(code >> 8);
+            pair[1] = char(code);
+            length = 2;
+        }
+        if (dstLen != 0) {
+            if (count + length > dstLen)
+                return failed(kErrorInsufficientBuffer);
+            dst[count] = bytes[0];
+            if (length == 2)
+                dst[count + 1] = bytes[1];
+        }
+        count += length;
+    }
+    if (usedDefault)
+        *usedDefault = used;
+    return Outcome{count, 0};
 }
 
 int lengthOf(const char* s) { return int(std::strlen(s)) + 1; }
@@ -296,21 +193,21 @@ Outcome multiByteToWideChar(unsigned codePage, unsigned flags, const char* src, 
         return failed(kErrorInvalidParameter);
     if (flags & ~(kMbPrecomposed | kMbErrInvalidChars))
         return failed(kErrorInvalidFlags);
-    if (srcLen < 0)
+    if (srcLen < 0) // any negative length, as Windows takes it
         srcLen = lengthOf(src);
     const auto* p = reinterpret_cast<const unsigned char*>(src);
-    const PageState* state = codePage == kUtf8 ? nullptr : stateOf(codePage);
-    if (codePage != kUtf8 && !state)
-        return failed(kErrorInvalidParameter);
-    // Windows reports invalid input before a short buffer: check it all first.
-    for (int pass = (flags & kMbErrInvalidChars) ? 0 : 1; pass < 2; ++pass) {
-        WideSink out(dst, pass == 0 ? 0 : dstLen);
-        const Outcome outcome = state ? tableToWide(*state, flags, p, p + srcLen, out)
-                                      : utf8ToWide(flags, p, p + srcLen, out);
-        if (pass == 1 || outcome.count == 0)
-            return outcome;
+    if (codePage == kUtf8) {
+        if (flags & kMbErrInvalidChars) {
+            const Outcome check = utf8ToWide(flags, p, p + srcLen, nullptr, 0);
+            if (check.count == 0)
+                return check;
+        }
+        return utf8ToWide(flags, p, p + srcLen, dst, dstLen);
     }
-    return failed(kErrorInvalidParameter);
+    const PageState* state = pageState(codePage);
+    if (!state)
+        return failed(kErrorInvalidParameter);
+    return tableToWide(*state, flags, p, p + srcLen, dst, dstLen);
 }
 
 Outcome wideCharToMultiByte(unsigned codePage, unsigned flags, const wchar_t* src, int srcLen,
@@ -325,21 +222,18 @@ Outcome wideCharToMultiByte(unsigned codePage, unsigned flags, const wchar_t* sr
         if (flags & ~kWcErrInvalidChars)
             return failed(kErrorInvalidFlags);
         if (flags & kWcErrInvalidChars) {
-            ByteSink check(nullptr, 0);
-            const Outcome outcome = wideToUtf8(flags, src, src + srcLen, check);
-            if (outcome.count == 0)
-                return outcome;
+            const Outcome check = wideToUtf8(flags, src, src + srcLen, nullptr, 0);
+            if (check.count == 0)
+                return check;
         }
-        ByteSink out(dst, dstLen);
-        return wideToUtf8(flags, src, src + srcLen, out);
+        return wideToUtf8(flags, src, src + srcLen, dst, dstLen);
     }
-    ByteSink out(dst, dstLen);
     if (flags & ~kWcNoBestFitChars)
         return failed(kErrorInvalidFlags);
-    const PageState* state = stateOf(codePage);
+    const PageState* state = pageState(codePage);
     if (!state)
         return failed(kErrorInvalidParameter);
-    return wideToTable(*state, flags, src, src + srcLen, defaultChar, usedDefault, out);
+    return wideToTable(*state, flags, src, src + srcLen, dst, dstLen, defaultChar, usedDefault);
 }
 
 } // namespace xo::codepages

@@ -10,16 +10,6 @@ namespace xo::platform {
 
 namespace {
 
-unsigned resolve(unsigned codePage) {
-    switch (codePage) {
-    case kCpAcp:
-    case kCpThreadAcp: return processLocaleFacts().ansiCodePage;
-    case kCpOemCp: return processLocaleFacts().oemCodePage;
-    case kCpMacCp: return 10000;
-    default: return codePage;
-    }
-}
-
 int reported(codepages::Outcome outcome) {
     if (outcome.count == 0)
         setThreadLastError(outcome.error);
@@ -35,17 +25,17 @@ std::atomic<int>& runtimeCodePage() {
 
 int multiByteToWideChar(unsigned codePage, unsigned flags, const char* src, int srcLen,
                         wchar_t* dst, int dstLen) {
-    return reported(codepages::multiByteToWideChar(resolve(codePage), flags, src, srcLen, dst, dstLen));
+    return reported(codepages::multiByteToWideChar(concreteCodePage(codePage), flags, src, srcLen, dst, dstLen));
 }
 
 int wideCharToMultiByte(unsigned codePage, unsigned flags, const wchar_t* src, int srcLen,
                         char* dst, int dstLen, const char* defaultChar, bool* usedDefault) {
-    return reported(codepages::wideCharToMultiByte(resolve(codePage), flags, src, srcLen, dst,
+    return reported(codepages::wideCharToMultiByte(concreteCodePage(codePage), flags, src, srcLen, dst,
                                                    dstLen, defaultChar, usedDefault));
 }
 
 bool isDbcsLeadByte(unsigned codePage, unsigned char byte) {
-    return codepages::isLeadByte(resolve(codePage), byte);
+    return codepages::isLeadByte(concreteCodePage(codePage), byte);
 }
 
 // The symbolic numbers name pages for conversions only, as on Windows.

@@ -154,4 +154,14 @@ const LocaleFacts& processLocaleFacts() {
     return facts;
 }
 
+unsigned concreteCodePage(unsigned codePage) {
+    switch (codePage) {
+    case 0: // CP_ACP
+    case 3: return processLocaleFacts().ansiCodePage; // CP_THREAD_ACP
+    case 1: return processLocaleFacts().oemCodePage;  // CP_OEMCP
+    case 2: return 10000;                             // CP_MACCP
+    default: return codePage;
+    }
+}
+
 } // namespace xo::platform

@@ -20,4 +20,7 @@ LocaleFacts localeFactsFromName(const char* name);
 // The facts of the first non-empty of LC_ALL, LC_CTYPE and LANG, read once.
 const LocaleFacts& processLocaleFacts();
 
+// The page that CP_ACP, CP_OEMCP, CP_MACCP and CP_THREAD_ACP stand for; others as given.
+unsigned concreteCodePage(unsigned codePage);
+
 } // namespace xo::platform
