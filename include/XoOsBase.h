@@ -8,6 +8,7 @@
 #include "XoExceptionPointers.h"
 #include "XoHeapDbgDumper.h"
 #include "XoLock.h"
+#include "XoMemData.h"
 #include "XoMemManager.h"
 #include "XoMemory.h"
 #include "XoOsBaseExport.h"
