@@ -13,3 +13,4 @@
 #include "XoMemory.h"
 #include "XoOsBaseExport.h"
 #include "XoTracer.h"
+#include "XoVector.h"
