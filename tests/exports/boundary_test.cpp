@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -86,6 +87,64 @@ TEST(Boundary, PooledAddressLocksWorkFromTheClient) {
     }
     other.join();
     EXPECT_EQ(counter, 20000);
+}
+
+
+using XoCharData = XoMemData<char, XoStrHeaderA, XoMemDataAllocator, XoPodReallocator<char>>;
+
+TEST(Boundary, CopyOnWriteBuffersUseTheLibrarysInstantiation) {
+    XoCharData empty;
+    EXPECT_TRUE(empty.isEmptyData());
+    EXPECT_EQ(empty.growth(), 8u);
+    XoCharData text("drawing", 7);
+    XoCharData copy(text);
+    EXPECT_TRUE(text.isShared());
+    copy.append("s", 1);
+    EXPECT_FALSE(text.isShared());
+    EXPECT_EQ(std::string(copy.rawData(), copy.count()), "drawings");
+    EXPECT_EQ(std::string(std::as_const(text).rawData(), text.count()), "drawing");
+    char* raw = text.lockBuffer();
+    raw[0] = 'D';
+    const XoCharData locked(text);
+    EXPECT_NE(locked.header(), text.header());
+    text.unlockBuffer();
+    EXPECT_TRUE(locked == XoCharData("Drawing", 7));
+    copy.setEmpty();
+    EXPECT_TRUE(copy.isEmptyData());
+}
+
+TEST(Boundary, VectorsUseTheLibrarysInstantiationsAndEmptyBlock) {
+    XoVector<wchar_t> wide;
+    for (wchar_t c : std::wstring(L"layer 0"))
+        wide.push_back(c);
+    XoVector<wchar_t> copy = wide;
+    copy[0] = L'L';
+    EXPECT_EQ(std::wstring(std::as_const(wide).begin(), std::as_const(wide).end()), L"layer 0");
+    EXPECT_EQ(std::wstring(copy.begin(), copy.end()), L"Layer 0");
+
+    const std::uint32_t before = gpEmptyVectorData->m_nRefs.load();
+    XoVector<char> bytes;
+    bytes.push_back('x');
+    bytes.clear();
+    EXPECT_EQ(gpEmptyVectorData->m_nRefs.load(), before + 1) << "one empty block";
+
+    try {
+        wide.at(99);
+        ADD_FAILURE() << "nothing thrown";
+    } catch (XoErrorStatus* caught) {
+        const std::unique_ptr<XoErrorStatus> owner(caught);
+        EXPECT_EQ(caught->errorType(), Vesk::eIndexOutOfRange);
+    }
+    // An element type of the client's own throws through the library as well.
+    XoVector<double> local;
+    try {
+        local.at(-1);
+        ADD_FAILURE() << "nothing thrown";
+    } catch (XoException* caught) {
+        const std::unique_ptr<XoException> owner(caught);
+        ASSERT_NE(dynamic_cast<XoErrorStatus*>(caught), nullptr);
+        EXPECT_EQ(static_cast<XoErrorStatus*>(caught)->errorType(), Vesk::eIndexOutOfRange);
+    }
 }
 
 } // namespace

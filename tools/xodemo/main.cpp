@@ -66,6 +66,30 @@ void showErrorStatus() {
     veskSetCrashRecorder(nullptr);
 }
 
+void showCopyOnWrite() {
+    using Text = XoMemData<char, XoStrHeaderA, XoMemDataAllocator, XoPodReallocator<char>>;
+    Text layer("walls", 5);
+    Text copy(layer);
+    const bool sharedAtFirst = copy.header() == layer.header();
+    copy.append("-old", 4);
+    std::printf("buffer: a copy shared its block (%s) until it wrote; now \"%.*s\" and "
+                "\"%.*s\", room %u\n",
+                sharedAtFirst ? "yes" : "no", int(layer.count()), layer.rawData(),
+                int(copy.count()), copy.rawData(), unsigned(copy.allocCount()));
+
+    XoVector<wchar_t> units;
+    for (wchar_t c : std::wstring(L"plan"))
+        units.push_back(c);
+    std::printf("vector: %d units in room for %d\n", units.size(), units.capacity());
+    try {
+        units.at(units.size());
+    } catch (XoErrorStatus* caught) {
+        std::printf("vector: reading past the end threw error type %d\n",
+                    int(caught->errorType()));
+        delete caught;
+    }
+}
+
 std::wstring g_lastTrace;
 
 void keepTrace(const wchar_t* text) { g_lastTrace = text; }
@@ -84,5 +108,6 @@ int main() {
     showPooledLocks();
     showErrorStatus();
     showTracer();
+    showCopyOnWrite();
     return 0;
 }

@@ -1,0 +1,572 @@
+// The copy-on-write element buffer under the 8-bit strings. A value is one pointer to
+// its first element; a header in front of the elements, in the same block, holds the
+// reference count and sizes. Copies share the block until one of them writes.
+//
+// The library exports one instantiation,
+// XoMemData<char, XoStrHeaderA, XoMemDataAllocator, XoPodReallocator<char>>, and every
+// member of it. Members are defined out of the class on purpose: mingw never exports
+// inline members, and a client that does not inline them would find them missing.
+#pragma once
+
+#include "XoMemory.h"
+#include "XoOsBaseExport.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <new>
+
+// The header of an 8-bit string block.
+struct XoStrHeaderA {
+    // 1 = one owner, above 1 = shared, -1 = locked by lockBuffer (one owner writing
+    // through a raw pointer). Changed only atomically.
+    std::atomic<std::int32_t> m_nRefs;
+    std::size_t m_nCount;      // elements in use
+    std::size_t m_nAllocCount; // elements the block has room for
+    std::size_t m_nGrowth;     // growth quantum
+    // The Windows code page of the bytes; XoMemData only carries it into new blocks.
+    std::int32_t m_nCodePage;
+
+    // What a new block of the same data keeps from the old one.
+    void inheritFrom(const XoStrHeaderA& from) {
+        m_nGrowth = from.m_nGrowth;
+        m_nCodePage = from.m_nCodePage;
+    }
+};
+
+static_assert(sizeof(std::atomic<std::int32_t>) == 4, "the reference count is 32-bit");
+static_assert(offsetof(XoStrHeaderA, m_nCount) == 8 && offsetof(XoStrHeaderA, m_nAllocCount) == 16 &&
+                  offsetof(XoStrHeaderA, m_nGrowth) == 24 &&
+                  offsetof(XoStrHeaderA, m_nCodePage) == 32 && sizeof(XoStrHeaderA) == 40,
+              "clients compile against this layout");
+
+// Blocks of XoMemData come from the library's allocation entry points.
+struct XoMemDataAllocator {
+    static void* allocate(std::size_t bytes) { return _xoMalloc(bytes); }
+    static void deallocate(void* block) { _xoFree(block); }
+};
+
+// Elements that are plain bytes: copied by byte copy, moved by overlapping move.
+template <class T>
+struct XoPodReallocator {
+    static void copy(T* to, const T* from, std::size_t n) {
+        if (n != 0)
+            std::memcpy(to, from, n * sizeof(T));
+    }
+    static void move(T* to, const T* from, std::size_t n) {
+        if (n != 0)
+            std::memmove(to, from, n * sizeof(T));
+    }
+    static void fill(T* to, const T& element, std::size_t n) {
+        for (std::size_t i = 0; i < n; ++i)
+            to[i] = element;
+    }
+};
+
+// Header must be an aggregate with the five fields of XoStrHeaderA, in that order, and
+// inheritFrom. Indexes are not checked unless a member says so.
+//
+// Memory: reallocation failures are silent (no exception, no error code). An operation
+// that writes elements then leaves the value as it was; copyBeforeWrite, copyIfShared,
+// reallocData and grow report it (false), getBuffer and lockBuffer return null. A
+// writable reference taken while memory runs out may point into the still shared block.
+//
+// Threads: values that share a block may be copied and destroyed on different threads;
+// one value is not written from two threads at once.
+template <class T, class Header, class Allocator, class Reallocator>
+class XoMemData {
+public:
+    // The shared empty instance, one more reference on it.
+    XoMemData();
+    // Shares the other's block (one atomic increment); a locked block is copied instead.
+    XoMemData(const XoMemData& other);
+    // From the empty instance: copyBeforeWrite(n), then the elements.
+    XoMemData(const T* elements, std::size_t n);
+    XoMemData(const T& element, std::size_t n);
+    ~XoMemData();
+
+    XoMemData& operator=(const XoMemData& other);
+    // Shares the other's block (assigning a value its own block keeps it); a locked
+    // block is copied instead, so it never gains a second owner.
+    void assign(const XoMemData& other);
+    // copyBeforeWrite(n), then the n elements from the start.
+    void assign(const T* elements, std::size_t n);
+    void assign(const T& element, std::size_t n);
+
+    // Drops this value's reference (freeing the block with the last one), unless the
+    // block is locked. Low level: the value then holds no reference, so it must get a
+    // block right after (as setEmpty and reallocation do).
+    void release();
+    // One more reference on the own block. Low level, like release.
+    void addRef();
+    // A locked block counts as not shared.
+    bool isShared() const;
+    bool isLocked() const;
+    // Still at the shared empty instance.
+    bool isEmptyData() const;
+
+    std::size_t count() const;
+    std::size_t allocCount() const;
+    std::size_t growth() const;
+    // copyBeforeWrite(n) unless n is the count.
+    void setCount(std::size_t n);
+    // Room for n elements, never less than the count. n = 0 drops the block only when it
+    // holds elements: an allocated empty block stays.
+    void setAllocCount(std::size_t n);
+    // Written in place, shared or not: on a value at the shared empty instance this sets
+    // the growth of every block made from the empty instance from then on.
+    void setGrowth(std::size_t n);
+    bool isEmpty() const;
+    // Releases the block and points at the shared empty instance.
+    void setEmpty();
+    // Checks against the room (allocCount), not the count.
+    bool isValidIndex(std::size_t index) const;
+
+    // Read-only access. rawData, begin and end are null when the count is 0.
+    const T* rawData() const;
+    const T* begin() const;
+    const T* end() const;
+    const T& back() const;
+    const T& operator[](std::size_t index) const;
+    const T& at(std::size_t index) const; // same as operator[]
+
+    // Writable access unshares first (a private copy with room for exactly the count).
+    // rawData and begin return null without copying when the count is 0; end copies
+    // and then returns null.
+    T* rawData();
+    T* begin();
+    T* end();
+    T& front();
+    T& back();
+    T& operator[](std::size_t index);
+    T& at(std::size_t index);
+    void setAt(std::size_t index, const T& element);
+    // Writes the n elements at the start of the data: the index is not used.
+    void setAt(std::size_t index, const T* elements, std::size_t n);
+    // copyBeforeWrite(count), then every element set to this one.
+    void setAll(const T& element);
+
+    // Appending to an empty value shares the other's block.
+    void append(const XoMemData& other);
+    // copyBeforeWrite(count + n), then the elements behind the old ones.
+    void append(const T* elements, std::size_t n);
+    void append(const T& element, std::size_t n);
+    // allocAt, then the n elements into the gap. An index beyond the count inserts
+    // nothing.
+    void insertAt(std::size_t index, const T* elements, std::size_t n);
+    void insertAt(std::size_t index, const T& element, std::size_t n);
+    // The count drops by n whatever the index: callers keep index + n within the count.
+    void removeAt(std::size_t index, std::size_t n);
+    // The first position at or after start holding the element.
+    bool find(const T& element, std::size_t& position, std::size_t start = 0) const;
+    // The last position holding the element.
+    bool findRev(const T& element, std::size_t& position) const;
+    // Equal counts and equal bytes.
+    bool operator==(const XoMemData& other) const;
+
+    // Raw buffer protocol. getBuffer(n): private room for n elements (0 = the count) and
+    // a count of n; the caller may write up to allocCount.
+    T* getBuffer(std::size_t n = 0);
+    // Stores n as the count, nothing else.
+    void releaseBuffer(std::size_t n);
+    // Makes the block private and locks it: copies of the value copy it, and release
+    // leaves it alone, so it outlives the value (also when a later reallocation moves
+    // the value to a new block).
+    T* lockBuffer();
+    // Makes a locked block an ordinary single-owner block again.
+    void unlockBuffer();
+
+    // Makes the block private with room for n elements and sets the count to n.
+    // Shared: a new block with room n rounded up to the growth quantum. Shrinking never
+    // reallocates. Growing past the room adds the larger of min(room, 65536) and
+    // max(shortfall, growth), so room doubles while small.
+    bool copyBeforeWrite(std::size_t n);
+    // Room for k more elements, grown as copyBeforeWrite grows; true when it reallocated.
+    bool grow(std::size_t k);
+    // A shared block becomes a private copy with room for exactly the count. True when
+    // the value is then private.
+    bool copyIfShared();
+    // A new block with the given count and room for max(count, room), keeping the first
+    // min(old count, count) elements, the growth and what Header::inheritFrom keeps.
+    bool reallocData(std::size_t count, std::size_t room);
+
+    Header* header() const;
+    static T* getDataPtr(Header* header);
+    // Bytes of a block for n elements.
+    static std::size_t getDataSize(std::size_t n);
+
+protected:
+    // Takes the header's block (one more reference) after releasing the own one.
+    void assign(Header* header);
+    // Opens a gap of n elements at the index (at most the count); returns the new count.
+    std::size_t allocAt(std::size_t index, std::size_t n);
+
+    // Reference count 1 (never freed), count and room 0, growth 8, code page 0.
+    static Header s_emptyHeader;
+
+private:
+    T* m_pData;
+};
+
+namespace xo::memdata {
+
+// A new block with reference count 0, the given count and room for max(count, room),
+// holding the first min(keep, count) elements of data and what like passes on; null
+// when it cannot be had.
+template <class T, class H, class A, class R>
+H* newBlock(const H& like, const T* data, std::size_t keep, std::size_t count,
+            std::size_t room) {
+    const std::size_t size = count > room ? count : room;
+    if (size > (std::numeric_limits<std::size_t>::max() - sizeof(H)) / sizeof(T))
+        return nullptr;
+    void* block = A::allocate(size * sizeof(T) + sizeof(H));
+    if (block == nullptr)
+        return nullptr;
+    H* fresh = new (block) H{0, count, size, 0, 0};
+    fresh->inheritFrom(like);
+    R::copy(reinterpret_cast<T*>(fresh + 1), data, keep < count ? keep : count);
+    return fresh;
+}
+
+} // namespace xo::memdata
+
+#define XO_MEMDATA template <class T, class H, class A, class R>
+#define XO_MEMDATA_T XoMemData<T, H, A, R>
+
+XO_MEMDATA H XO_MEMDATA_T::s_emptyHeader = {1, 0, 0, 8, 0};
+
+XO_MEMDATA XO_MEMDATA_T::XoMemData() : m_pData(getDataPtr(&s_emptyHeader)) { addRef(); }
+
+XO_MEMDATA XO_MEMDATA_T::XoMemData(const XoMemData& other) : m_pData(other.m_pData) {
+    if (!other.isLocked()) {
+        addRef();
+        return;
+    }
+    m_pData = getDataPtr(&s_emptyHeader);
+    addRef();
+    assign(other);
+}
+
+XO_MEMDATA XO_MEMDATA_T::XoMemData(const T* elements, std::size_t n)
+    : m_pData(getDataPtr(&s_emptyHeader)) {
+    addRef();
+    assign(elements, n);
+}
+
+XO_MEMDATA XO_MEMDATA_T::XoMemData(const T& element, std::size_t n)
+    : m_pData(getDataPtr(&s_emptyHeader)) {
+    addRef();
+    assign(element, n);
+}
+
+XO_MEMDATA XO_MEMDATA_T::~XoMemData() { release(); }
+
+XO_MEMDATA XO_MEMDATA_T& XO_MEMDATA_T::operator=(const XoMemData& other) {
+    assign(other);
+    return *this;
+}
+
+XO_MEMDATA void XO_MEMDATA_T::assign(H* fresh) {
+    if (fresh == header())
+        return;
+    fresh->m_nRefs.fetch_add(1, std::memory_order_relaxed);
+    release();
+    m_pData = getDataPtr(fresh);
+}
+
+XO_MEMDATA void XO_MEMDATA_T::assign(const XoMemData& other) {
+    if (!other.isLocked()) {
+        assign(other.header());
+        return;
+    }
+    const std::size_t n = other.count();
+    if (H* copy = xo::memdata::newBlock<T, H, A, R>(*other.header(), other.m_pData, n, n, n))
+        assign(copy);
+}
+
+XO_MEMDATA void XO_MEMDATA_T::assign(const T* elements, std::size_t n) {
+    if (copyBeforeWrite(n))
+        R::copy(m_pData, elements, n);
+}
+
+XO_MEMDATA void XO_MEMDATA_T::assign(const T& element, std::size_t n) {
+    if (copyBeforeWrite(n))
+        R::fill(m_pData, element, n);
+}
+
+XO_MEMDATA void XO_MEMDATA_T::release() {
+    H* own = header();
+    if (own->m_nRefs.load(std::memory_order_relaxed) == -1)
+        return;
+    if (own->m_nRefs.fetch_sub(1, std::memory_order_acq_rel) == 1 && own != &s_emptyHeader) {
+        own->~H();
+        A::deallocate(own);
+    }
+}
+
+XO_MEMDATA void XO_MEMDATA_T::addRef() {
+    header()->m_nRefs.fetch_add(1, std::memory_order_relaxed);
+}
+
+XO_MEMDATA bool XO_MEMDATA_T::isShared() const {
+    return header()->m_nRefs.load(std::memory_order_acquire) > 1;
+}
+
+XO_MEMDATA bool XO_MEMDATA_T::isLocked() const {
+    return header()->m_nRefs.load(std::memory_order_acquire) == -1;
+}
+
+XO_MEMDATA bool XO_MEMDATA_T::isEmptyData() const { return header() == &s_emptyHeader; }
+
+XO_MEMDATA std::size_t XO_MEMDATA_T::count() const { return header()->m_nCount; }
+
+XO_MEMDATA std::size_t XO_MEMDATA_T::allocCount() const { return header()->m_nAllocCount; }
+
+XO_MEMDATA std::size_t XO_MEMDATA_T::growth() const { return header()->m_nGrowth; }
+
+XO_MEMDATA void XO_MEMDATA_T::setCount(std::size_t n) {
+    if (n != count())
+        copyBeforeWrite(n);
+}
+
+XO_MEMDATA void XO_MEMDATA_T::setAllocCount(std::size_t n) {
+    if (n == 0) {
+        if (count() != 0)
+            setEmpty();
+    } else if (n != allocCount()) {
+        reallocData(count(), n);
+    }
+}
+
+XO_MEMDATA void XO_MEMDATA_T::setGrowth(std::size_t n) { header()->m_nGrowth = n; }
+
+XO_MEMDATA bool XO_MEMDATA_T::isEmpty() const { return count() == 0; }
+
+XO_MEMDATA void XO_MEMDATA_T::setEmpty() { assign(&s_emptyHeader); }
+
+XO_MEMDATA bool XO_MEMDATA_T::isValidIndex(std::size_t index) const {
+    return index < allocCount();
+}
+
+XO_MEMDATA const T* XO_MEMDATA_T::rawData() const { return count() == 0 ? nullptr : m_pData; }
+
+XO_MEMDATA const T* XO_MEMDATA_T::begin() const { return rawData(); }
+
+XO_MEMDATA const T* XO_MEMDATA_T::end() const {
+    return count() == 0 ? nullptr : m_pData + count();
+}
+
+XO_MEMDATA const T& XO_MEMDATA_T::back() const { return m_pData[count() - 1]; }
+
+XO_MEMDATA const T& XO_MEMDATA_T::operator[](std::size_t index) const { return m_pData[index]; }
+
+XO_MEMDATA const T& XO_MEMDATA_T::at(std::size_t index) const { return m_pData[index]; }
+
+XO_MEMDATA T* XO_MEMDATA_T::rawData() {
+    if (count() == 0)
+        return nullptr;
+    copyIfShared();
+    return m_pData;
+}
+
+XO_MEMDATA T* XO_MEMDATA_T::begin() { return rawData(); }
+
+XO_MEMDATA T* XO_MEMDATA_T::end() {
+    copyIfShared();
+    return count() == 0 ? nullptr : m_pData + count();
+}
+
+XO_MEMDATA T& XO_MEMDATA_T::front() {
+    copyIfShared();
+    return m_pData[0];
+}
+
+XO_MEMDATA T& XO_MEMDATA_T::back() {
+    copyIfShared();
+    return m_pData[count() - 1];
+}
+
+XO_MEMDATA T& XO_MEMDATA_T::operator[](std::size_t index) {
+    copyIfShared();
+    return m_pData[index];
+}
+
+XO_MEMDATA T& XO_MEMDATA_T::at(std::size_t index) { return operator[](index); }
+
+XO_MEMDATA void XO_MEMDATA_T::setAt(std::size_t index, const T& element) {
+    if (copyIfShared())
+        m_pData[index] = element;
+}
+
+XO_MEMDATA void XO_MEMDATA_T::setAt(std::size_t index, const T* elements, std::size_t n) {
+    (void)index;
+    if (copyIfShared())
+        R::copy(m_pData, elements, n);
+}
+
+XO_MEMDATA void XO_MEMDATA_T::setAll(const T& element) {
+    if (copyBeforeWrite(count()))
+        R::fill(m_pData, element, count());
+}
+
+XO_MEMDATA void XO_MEMDATA_T::append(const XoMemData& other) {
+    if (count() == 0) {
+        assign(other);
+        return;
+    }
+    const std::size_t theirs = other.count();
+    if (theirs == 0)
+        return;
+    // Appending a value to itself works too: a reallocated block keeps the old elements
+    // at its start, and other.m_pData is then that block.
+    const std::size_t old = count();
+    if (copyBeforeWrite(old + theirs))
+        R::copy(m_pData + old, other.m_pData, theirs);
+}
+
+XO_MEMDATA void XO_MEMDATA_T::append(const T* elements, std::size_t n) {
+    const std::size_t old = count();
+    if (copyBeforeWrite(old + n))
+        R::copy(m_pData + old, elements, n);
+}
+
+XO_MEMDATA void XO_MEMDATA_T::append(const T& element, std::size_t n) {
+    const std::size_t old = count();
+    if (copyBeforeWrite(old + n))
+        R::fill(m_pData + old, element, n);
+}
+
+XO_MEMDATA std::size_t XO_MEMDATA_T::allocAt(std::size_t index, std::size_t n) {
+    const std::size_t old = count();
+    if (n == 0 || !copyBeforeWrite(old + n))
+        return count();
+    if (index < old && index + n < allocCount())
+        R::move(m_pData + index + n, m_pData + index, old - index);
+    return count();
+}
+
+XO_MEMDATA void XO_MEMDATA_T::insertAt(std::size_t index, const T* elements, std::size_t n) {
+    const std::size_t old = count();
+    if (index <= old && allocAt(index, n) == old + n)
+        R::copy(m_pData + index, elements, n);
+}
+
+XO_MEMDATA void XO_MEMDATA_T::insertAt(std::size_t index, const T& element, std::size_t n) {
+    const std::size_t old = count();
+    if (index <= old && allocAt(index, n) == old + n)
+        R::fill(m_pData + index, element, n);
+}
+
+XO_MEMDATA void XO_MEMDATA_T::removeAt(std::size_t index, std::size_t n) {
+    if (n == 0 || !copyIfShared())
+        return;
+    const std::size_t old = count();
+    if (index + n < old && old - index != n)
+        R::move(m_pData + index, m_pData + index + n, old - index - n);
+    header()->m_nCount = old - n;
+}
+
+XO_MEMDATA bool XO_MEMDATA_T::find(const T& element, std::size_t& position,
+                                   std::size_t start) const {
+    const std::size_t n = count();
+    for (std::size_t i = start; i < n; ++i)
+        if (m_pData[i] == element) {
+            position = i;
+            return true;
+        }
+    return false;
+}
+
+XO_MEMDATA bool XO_MEMDATA_T::findRev(const T& element, std::size_t& position) const {
+    for (std::size_t i = count(); i-- > 0;)
+        if (m_pData[i] == element) {
+            position = i;
+            return true;
+        }
+    return false;
+}
+
+XO_MEMDATA bool XO_MEMDATA_T::operator==(const XoMemData& other) const {
+    const std::size_t n = count();
+    return n == other.count() &&
+           (n == 0 || std::memcmp(m_pData, other.m_pData, n * sizeof(T)) == 0);
+}
+
+XO_MEMDATA T* XO_MEMDATA_T::getBuffer(std::size_t n) {
+    if (n == 0)
+        n = count();
+    return copyBeforeWrite(n) ? m_pData : nullptr;
+}
+
+XO_MEMDATA void XO_MEMDATA_T::releaseBuffer(std::size_t n) { header()->m_nCount = n; }
+
+XO_MEMDATA T* XO_MEMDATA_T::lockBuffer() {
+    if (!copyBeforeWrite(count()))
+        return nullptr;
+    header()->m_nRefs.store(-1, std::memory_order_release);
+    return m_pData;
+}
+
+XO_MEMDATA void XO_MEMDATA_T::unlockBuffer() {
+    std::int32_t locked = -1;
+    header()->m_nRefs.compare_exchange_strong(locked, 1, std::memory_order_acq_rel);
+}
+
+XO_MEMDATA bool XO_MEMDATA_T::copyBeforeWrite(std::size_t n) {
+    const std::size_t quantum = growth();
+    if (isShared()) {
+        const std::size_t step = quantum == 0 ? 1 : quantum;
+        const std::size_t rounded = (n + step - 1) / step * step;
+        return reallocData(n, rounded < n ? n : rounded);
+    }
+    const std::size_t old = count();
+    const std::size_t room = allocCount();
+    if (n > old && n > room) {
+        const std::size_t doubling = room < 65536 ? room : 65536;
+        const std::size_t least = n - old > quantum ? n - old : quantum;
+        std::size_t grown = room + (doubling > least ? doubling : least);
+        if (grown < n)
+            grown = n; // wrapped around: the allocation then fails
+        if (!reallocData(old, grown))
+            return false;
+    }
+    header()->m_nCount = n;
+    return true;
+}
+
+XO_MEMDATA bool XO_MEMDATA_T::grow(std::size_t k) {
+    const std::size_t room = allocCount();
+    if (k == 0 || count() + k <= room)
+        return false;
+    const std::size_t doubling = room < 65536 ? room : 65536;
+    const std::size_t least = growth() > k ? growth() : k;
+    return reallocData(count(), room + (doubling > least ? doubling : least));
+}
+
+XO_MEMDATA bool XO_MEMDATA_T::copyIfShared() {
+    return !isShared() || reallocData(count(), count());
+}
+
+XO_MEMDATA bool XO_MEMDATA_T::reallocData(std::size_t newCount, std::size_t room) {
+    H* fresh = xo::memdata::newBlock<T, H, A, R>(*header(), m_pData, count(), newCount, room);
+    if (fresh == nullptr)
+        return false;
+    assign(fresh);
+    return true;
+}
+
+XO_MEMDATA H* XO_MEMDATA_T::header() const { return reinterpret_cast<H*>(m_pData) - 1; }
+
+XO_MEMDATA T* XO_MEMDATA_T::getDataPtr(H* header) { return reinterpret_cast<T*>(header + 1); }
+
+XO_MEMDATA std::size_t XO_MEMDATA_T::getDataSize(std::size_t n) {
+    return n * sizeof(T) + sizeof(H);
+}
+
+#undef XO_MEMDATA_T
+#undef XO_MEMDATA
+
+extern template class XOOSBASE_API
+    XoMemData<char, XoStrHeaderA, XoMemDataAllocator, XoPodReallocator<char>>;

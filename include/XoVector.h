@@ -1,0 +1,444 @@
+// The reference-counted, copy-on-write dynamic array. A vector is one pointer to a
+// control block (XoVectorData) that holds the reference count and lengths and points to
+// the element array; copies share the block until one of them writes.
+//
+// The library exports XoVector<char> and XoVector<wchar_t> (with the default allocator,
+// reference counter and grow policy) with every member; other element types are
+// instantiated from this header. Members are defined out of the class on purpose:
+// mingw never exports inline members, and a client that does not inline them would
+// find them missing.
+#pragma once
+
+#include "VeskErrorStatus.h"
+#include "XoException.h"
+#include "XoMemory.h"
+#include "XoOsBaseExport.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+// Element arrays: new[] and delete[], so every element up to the physical length is a
+// constructed (value-initialised) object. Null when memory runs out.
+template <class T>
+struct XoDefaultMemAllocator {
+    static T* allocate(std::int32_t n) { return new (std::nothrow) T[n](); }
+    static void deallocate(T* elements) { delete[] elements; }
+};
+
+// The reference count of a control block: unsigned 32-bit, changed atomically, so
+// copies of one vector may be made and dropped on different threads.
+struct XoRefCounter {
+    using Count = std::atomic<std::uint32_t>;
+    static void addRef(Count& count) { count.fetch_add(1, std::memory_order_relaxed); }
+    // Returns the count left.
+    static std::uint32_t release(Count& count) {
+        return count.fetch_sub(1, std::memory_order_acq_rel) - 1;
+    }
+    static std::uint32_t count(const Count& count) {
+        return count.load(std::memory_order_acquire);
+    }
+};
+
+// How the physical length follows the logical one.
+struct XoVectorDefaultGrowPolicy {
+    // The grow length of a block made when there was none.
+    static constexpr std::int32_t kGrowLength = 8;
+
+    // Room when the logical length must pass the physical one: the larger of the wanted
+    // length and the logical length plus the grow length.
+    static std::int32_t grownLength(std::int32_t logical, std::int32_t growLength,
+                                    std::int32_t wanted) {
+        const std::int64_t stepped = std::int64_t(logical) + growLength;
+        if (stepped <= wanted)
+            return wanted;
+        const std::int64_t most = std::numeric_limits<std::int32_t>::max();
+        return std::int32_t(stepped > most ? most : stepped);
+    }
+    // Room of a private copy: the old room, 16 when there was none.
+    static std::int32_t copyLength(std::int32_t physical) { return physical == 0 ? 16 : physical; }
+};
+
+// The control block of a vector, allocated with _xoMalloc. Its layout is shared with
+// client modules.
+struct XOOSBASE_API XoVectorData {
+    XoRefCounter::Count m_nRefs;
+    std::int32_t m_nLogicalLength;  // elements in use
+    std::int32_t m_nPhysicalLength; // elements allocated
+    std::int32_t m_nGrowLength;
+    void* m_pElements; // from the vector's element allocator
+
+    // Tells the crash recorder and throws a new XoErrorStatus with the status (line 0,
+    // file ""): how every vector fails, whatever its element type.
+    [[noreturn]] static void throwErrorStatus(Vesk::ErrorStatus status);
+};
+
+static_assert(offsetof(XoVectorData, m_nLogicalLength) == 4 &&
+                  offsetof(XoVectorData, m_nPhysicalLength) == 8 &&
+                  offsetof(XoVectorData, m_nGrowLength) == 12 &&
+                  offsetof(XoVectorData, m_pElements) == 16 && sizeof(XoVectorData) == 24,
+              "clients compile against this layout");
+
+// The shared empty block: reference count 1 (never freed), lengths 0, grow length 8, no
+// elements. Vectors emptied by clear() or setPhysicalLength(0) point at it.
+extern XOOSBASE_API XoVectorData* const gpEmptyVectorData;
+
+// Lengths and indexes are int (32-bit), as in the control block. A default vector has
+// no block at all; both that and the shared empty block mean no elements.
+//
+// Copy-on-write: copying shares the block (one atomic increment). Every writable access
+// (non-const data, begin, end, operator[], at, front, back) first gives a shared vector
+// a private copy, so read through a const reference where no write is meant. Elements
+// between the logical and the physical length stay constructed: shrinking keeps them,
+// and growing within the room shows them again.
+//
+// Failures: append and writable access throw XoErrorStatus* (Vesk::eOutOfMemory = 2)
+// when they cannot get storage, at() throws XoErrorStatus* (Vesk::eIndexOutOfRange = 24)
+// for an index outside [0, size()); the catcher deletes the exception. setLogicalLength,
+// setPhysicalLength and setGrowLength change nothing when memory runs out.
+//
+// Threads: copies sharing a block may live on different threads; one vector is written
+// by one thread at a time.
+template <class T, class Allocator = XoDefaultMemAllocator<T>, class RefCounter = XoRefCounter,
+          class GrowPolicy = XoVectorDefaultGrowPolicy>
+class XoVector {
+public:
+    using value_type = T;
+    using size_type = int;
+    using reference = T&;
+    using const_reference = const T&;
+    using pointer = T*;
+    using const_pointer = const T*;
+    using iterator = T*;
+    using const_iterator = const T*;
+
+    XoVector() noexcept;
+    // Shares the other's block.
+    XoVector(const XoVector& other) noexcept;
+    XoVector(XoVector&& other) noexcept;
+    ~XoVector();
+    XoVector& operator=(const XoVector& other);
+    XoVector& operator=(XoVector&& other) noexcept;
+
+    // The logical length.
+    int size() const;
+    bool empty() const;
+    // The physical length.
+    int capacity() const;
+    int growLength() const;
+    // Sets the grow length of this vector's block (a shared block is copied first).
+    void setGrowLength(int growLength);
+    bool isShared() const;
+
+    // Sets the logical length. Within the room a shared block is copied first (room
+    // kept, 16 if it was 0); past the room the physical length becomes
+    // max(n, size() + growLength()). Negative counts as 0.
+    void setLogicalLength(int n);
+    // Room for exactly n elements in a new private block, keeping the first
+    // min(n, size()); n <= 0 attaches the shared empty block.
+    void setPhysicalLength(int n);
+    // setPhysicalLength(n) when n is above the physical length.
+    void reserve(int n);
+    // Drops the storage: the vector attaches the shared empty block.
+    void clear();
+
+    // Appends one element and returns it for the caller to fill.
+    T& append();
+    void append(const T& element);
+    void push_back(const T& element);
+
+    // Unchecked access.
+    const T& operator[](int index) const;
+    T& operator[](int index);
+    const T& front() const;
+    T& front();
+    const T& back() const;
+    T& back();
+    // Checked access.
+    const T& at(int index) const;
+    T& at(int index);
+
+    // Null when there are no elements.
+    const T* data() const;
+    T* data();
+    const T* begin() const;
+    const T* end() const;
+    const T* cbegin() const;
+    const T* cend() const;
+    T* begin();
+    T* end();
+
+private:
+    T* elements() const;
+    // The elements, after a private copy if the block is shared.
+    T* writable();
+    void checkIndex(int index) const;
+    // Takes one more reference on the block and drops the old one.
+    void attach(XoVectorData* block);
+    // Drops a reference; the last one frees the elements and the block.
+    static void detach(XoVectorData* block);
+    // A new block with reference count 0 and room for physical elements, or null.
+    static XoVectorData* newBlock(int physical, int growLength);
+    // Moves or copies the first min(keep, size()) elements into the fresh block.
+    void transfer(XoVectorData* fresh, int keep);
+    // Private copy for writing: room as GrowPolicy::copyLength, the first
+    // min(keep, size()) elements. False when memory runs out.
+    bool makePrivate(int keep);
+
+    XoVectorData* m_pData;
+};
+
+#define XO_VECTOR template <class T, class A, class R, class G>
+#define XO_VECTOR_T XoVector<T, A, R, G>
+
+XO_VECTOR XO_VECTOR_T::XoVector() noexcept : m_pData(nullptr) {}
+
+XO_VECTOR XO_VECTOR_T::XoVector(const XoVector& other) noexcept : m_pData(nullptr) {
+    attach(other.m_pData);
+}
+
+XO_VECTOR XO_VECTOR_T::XoVector(XoVector&& other) noexcept : m_pData(other.m_pData) {
+    other.m_pData = nullptr;
+}
+
+XO_VECTOR XO_VECTOR_T::~XoVector() { detach(m_pData); }
+
+XO_VECTOR XO_VECTOR_T& XO_VECTOR_T::operator=(const XoVector& other) {
+    attach(other.m_pData);
+    return *this;
+}
+
+XO_VECTOR XO_VECTOR_T& XO_VECTOR_T::operator=(XoVector&& other) noexcept {
+    if (this != &other) {
+        detach(m_pData);
+        m_pData = other.m_pData;
+        other.m_pData = nullptr;
+    }
+    return *this;
+}
+
+XO_VECTOR int XO_VECTOR_T::size() const { return m_pData ? m_pData->m_nLogicalLength : 0; }
+
+XO_VECTOR bool XO_VECTOR_T::empty() const { return size() == 0; }
+
+XO_VECTOR int XO_VECTOR_T::capacity() const { return m_pData ? m_pData->m_nPhysicalLength : 0; }
+
+XO_VECTOR int XO_VECTOR_T::growLength() const {
+    return m_pData ? m_pData->m_nGrowLength : G::kGrowLength;
+}
+
+XO_VECTOR bool XO_VECTOR_T::isShared() const {
+    return m_pData && R::count(m_pData->m_nRefs) > 1;
+}
+
+XO_VECTOR void XO_VECTOR_T::reserve(int n) {
+    if (n > capacity())
+        setPhysicalLength(n);
+}
+
+XO_VECTOR void XO_VECTOR_T::clear() { setPhysicalLength(0); }
+
+XO_VECTOR void XO_VECTOR_T::append(const T& element) {
+    T copy(element); // the element may live in this vector's block
+    append() = std::move(copy);
+}
+
+XO_VECTOR void XO_VECTOR_T::push_back(const T& element) { append(element); }
+
+XO_VECTOR const T& XO_VECTOR_T::operator[](int index) const { return elements()[index]; }
+
+XO_VECTOR T& XO_VECTOR_T::operator[](int index) { return writable()[index]; }
+
+XO_VECTOR const T& XO_VECTOR_T::front() const { return elements()[0]; }
+
+XO_VECTOR T& XO_VECTOR_T::front() { return writable()[0]; }
+
+XO_VECTOR const T& XO_VECTOR_T::back() const { return elements()[size() - 1]; }
+
+XO_VECTOR T& XO_VECTOR_T::back() { return writable()[size() - 1]; }
+
+XO_VECTOR const T& XO_VECTOR_T::at(int index) const {
+    checkIndex(index);
+    return elements()[index];
+}
+
+XO_VECTOR T& XO_VECTOR_T::at(int index) {
+    checkIndex(index);
+    return writable()[index];
+}
+
+XO_VECTOR const T* XO_VECTOR_T::data() const { return elements(); }
+
+XO_VECTOR T* XO_VECTOR_T::data() { return writable(); }
+
+XO_VECTOR const T* XO_VECTOR_T::begin() const { return elements(); }
+
+XO_VECTOR const T* XO_VECTOR_T::end() const {
+    const T* first = elements();
+    return first ? first + size() : nullptr;
+}
+
+XO_VECTOR const T* XO_VECTOR_T::cbegin() const { return begin(); }
+
+XO_VECTOR const T* XO_VECTOR_T::cend() const { return end(); }
+
+XO_VECTOR T* XO_VECTOR_T::begin() { return writable(); }
+
+XO_VECTOR T* XO_VECTOR_T::end() {
+    T* first = writable();
+    return first ? first + size() : nullptr;
+}
+
+XO_VECTOR T* XO_VECTOR_T::elements() const {
+    return m_pData ? static_cast<T*>(m_pData->m_pElements) : nullptr;
+}
+
+XO_VECTOR T* XO_VECTOR_T::writable() {
+    if (isShared() && !makePrivate(size()))
+        XoVectorData::throwErrorStatus(Vesk::eOutOfMemory);
+    return elements();
+}
+
+XO_VECTOR void XO_VECTOR_T::checkIndex(int index) const {
+    if (index < 0 || index >= size())
+        XoVectorData::throwErrorStatus(Vesk::eIndexOutOfRange);
+}
+
+XO_VECTOR void XO_VECTOR_T::attach(XoVectorData* block) {
+    if (block == m_pData)
+        return;
+    if (block != nullptr)
+        R::addRef(block->m_nRefs);
+    XoVectorData* old = m_pData;
+    m_pData = block;
+    detach(old);
+}
+
+XO_VECTOR void XO_VECTOR_T::detach(XoVectorData* block) {
+    if (block == nullptr || R::release(block->m_nRefs) != 0 || block == gpEmptyVectorData)
+        return;
+    A::deallocate(static_cast<T*>(block->m_pElements));
+    block->~XoVectorData();
+    _xoFree(block);
+}
+
+XO_VECTOR XoVectorData* XO_VECTOR_T::newBlock(int physical, int growLength) {
+    void* raw = _xoMalloc(sizeof(XoVectorData));
+    if (raw == nullptr)
+        return nullptr;
+    T* items = nullptr;
+    if (physical > 0) {
+        try {
+            items = A::allocate(physical);
+        } catch (...) {
+            _xoFree(raw);
+            throw;
+        }
+        if (items == nullptr) {
+            _xoFree(raw);
+            return nullptr;
+        }
+    }
+    return new (raw) XoVectorData{{0}, 0, physical, growLength, items};
+}
+
+XO_VECTOR void XO_VECTOR_T::transfer(XoVectorData* fresh, int keep) {
+    const int n = std::min(keep, size());
+    T* from = elements();
+    T* to = static_cast<T*>(fresh->m_pElements);
+    // A block nobody else holds is about to be freed: its elements may move.
+    if constexpr (std::is_nothrow_move_assignable_v<T>) {
+        if (n > 0 && R::count(m_pData->m_nRefs) == 1) {
+            std::move(from, from + n, to);
+            fresh->m_nLogicalLength = n;
+            return;
+        }
+    }
+    try {
+        std::copy(from, from + n, to);
+    } catch (...) {
+        fresh->m_nRefs.store(1);
+        detach(fresh);
+        throw;
+    }
+    fresh->m_nLogicalLength = n;
+}
+
+XO_VECTOR bool XO_VECTOR_T::makePrivate(int keep) {
+    XoVectorData* fresh = newBlock(G::copyLength(capacity()), growLength());
+    if (fresh == nullptr)
+        return false;
+    transfer(fresh, keep);
+    attach(fresh);
+    return true;
+}
+
+XO_VECTOR void XO_VECTOR_T::setLogicalLength(int n) {
+    if (n < 0)
+        n = 0;
+    const int logical = size();
+    if (n == logical)
+        return;
+    if (n <= capacity()) {
+        if (isShared() && !makePrivate(std::min(n, logical)))
+            return;
+    } else {
+        setPhysicalLength(G::grownLength(logical, growLength(), n));
+        if (capacity() < n)
+            return;
+    }
+    m_pData->m_nLogicalLength = n;
+}
+
+XO_VECTOR void XO_VECTOR_T::setPhysicalLength(int n) {
+    if (n == capacity())
+        return;
+    if (n <= 0) {
+        attach(gpEmptyVectorData);
+        return;
+    }
+    XoVectorData* fresh = newBlock(n, m_pData ? m_pData->m_nGrowLength : G::kGrowLength);
+    if (fresh == nullptr)
+        return;
+    transfer(fresh, n);
+    attach(fresh);
+}
+
+XO_VECTOR void XO_VECTOR_T::setGrowLength(int growLength) {
+    if (capacity() == 0) {
+        // Nothing to copy: a block of its own without elements carries the length.
+        if (m_pData == nullptr || isShared()) {
+            if (XoVectorData* fresh = newBlock(0, growLength))
+                attach(fresh);
+            return;
+        }
+    } else if (isShared() && !makePrivate(size())) {
+        return;
+    }
+    m_pData->m_nGrowLength = growLength;
+}
+
+XO_VECTOR T& XO_VECTOR_T::append() {
+    const int logical = size();
+    if (logical == std::numeric_limits<int>::max())
+        XoVectorData::throwErrorStatus(Vesk::eOutOfMemory);
+    setLogicalLength(logical + 1);
+    if (size() != logical + 1)
+        XoVectorData::throwErrorStatus(Vesk::eOutOfMemory);
+    if (isShared() && !makePrivate(logical + 1))
+        XoVectorData::throwErrorStatus(Vesk::eOutOfMemory);
+    return elements()[logical];
+}
+
+#undef XO_VECTOR_T
+#undef XO_VECTOR
+
+extern template class XOOSBASE_API
+    XoVector<char, XoDefaultMemAllocator<char>, XoRefCounter, XoVectorDefaultGrowPolicy>;
+extern template class XOOSBASE_API
+    XoVector<wchar_t, XoDefaultMemAllocator<wchar_t>, XoRefCounter, XoVectorDefaultGrowPolicy>;
