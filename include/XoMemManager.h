@@ -20,6 +20,10 @@ public:
     static XoMemManager* sCreate();
 
     // Destroys the manager and gives back every block and region it ever handed out.
+    // A null object is ignored; that can only arrive through a direct call
+    // (manager->XoMemManager::release()), since a virtual call through a null pointer
+    // faults in the caller before reaching the library: a caller whose pointer may be
+    // null tests it first. The exported interface is fixed, so there is no static form.
     virtual void release();
 
     // Size 0 returns null. Sizes up to 256, and exactly 1024, come from the small-block

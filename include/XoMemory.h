@@ -9,7 +9,12 @@
 //
 // The pools are built on first use, so allocation works from any static initialiser,
 // the library's or a client's; they are given back at process exit, after which
-// freeing a pool block does nothing.
+// freeing a pool block does nothing and new blocks come from the C runtime heap.
+//
+// Each thread keeps a few free blocks of each small size in a cache of its own, so most
+// calls take no lock. Cached blocks count as in use, so a segment whose other blocks are
+// all free is given back only once they return to their pool (the cache is bounded, and
+// emptied when the thread exits).
 #pragma once
 
 #include "XoOsBaseExport.h"

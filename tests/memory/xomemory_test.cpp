@@ -3,11 +3,19 @@
 
 #include <gtest/gtest.h>
 
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <pthread.h>
+#endif
+
 #include <deque>
 #include <mutex>
 
 #include <atomic>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <set>
 #include <thread>
@@ -334,3 +342,143 @@ TEST(XoMemory, AClassKeepsItsLastEmptyPage) {
 }
 
 } // namespace
+
+namespace {
+
+// Runs the armed function on the armed thread while it exits, after the library's own
+// exit call for it, as a client's late thread-exit code would: a pthread key made after
+// the library's (glibc runs key destructors in the order the keys were made), or a TLS
+// callback, which Windows runs after the fiber-local callbacks (and before the thread
+// handle is signalled).
+std::atomic<void (*)()> g_lateExit{nullptr};
+#if defined(_WIN32)
+std::atomic<DWORD> g_lateThread{0};
+
+void NTAPI runLateExit(PVOID, DWORD reason, PVOID) {
+    if (reason == DLL_THREAD_DETACH && g_lateThread.load() == ::GetCurrentThreadId()) {
+        g_lateThread = 0;
+        g_lateExit.load()();
+    }
+}
+
+void armLateExit(void (*fn)()) {
+    g_lateExit = fn;
+    g_lateThread = ::GetCurrentThreadId();
+}
+#else
+void armLateExit(void (*fn)()) {
+    static pthread_key_t key;
+    static const bool made =
+        ::pthread_key_create(&key, [](void*) { g_lateExit.load()(); }) == 0;
+    ASSERT_TRUE(made);
+    g_lateExit = fn;
+    ::pthread_setspecific(key, &key);
+}
+#endif
+
+// Frees a block it kept, and allocates and frees another, past the thread's exit call.
+void* g_keptForLateExit = nullptr;
+void useThePoolsLate() {
+    _xoFree(g_keptForLateExit);
+    void* late = _xoMalloc(136);
+    std::memset(late, 3, 136);
+    _xoFree(late);
+}
+
+// Blocks in a thread's cache count as in use until they go back to their class, at the
+// latest when the thread exits; blocks freed on another thread than their own go back
+// the same way.
+TEST(XoMemory, ThreadsHandTheirCachedBlocksBackWhenTheyExit) {
+    const int sizeClass = xo::XoSmallBlockPool::classFor(136);
+    const auto inUse = [sizeClass] { return pools().small.blocksInUse(sizeClass); };
+    const std::size_t before = inUse();
+
+    std::vector<void*> blocks;
+    std::thread([&blocks] {
+        for (int i = 0; i < 40; ++i) {
+            blocks.push_back(_xoMalloc(136));
+            fill(blocks.back(), 136, static_cast<unsigned char>(i));
+        }
+    }).join();
+    EXPECT_EQ(inUse(), before + 40) << "the allocating thread's spare blocks went back";
+
+    std::size_t whileAlive = 0;
+    int damaged = 0;
+    std::size_t distinct = 0;
+    std::thread([&] {
+        for (std::size_t i = 0; i < blocks.size(); ++i) {
+            damaged += holds(blocks[i], 136, static_cast<unsigned char>(i)) ? 0 : 1;
+            _xoFree(blocks[i]);
+        }
+        whileAlive = inUse();
+        std::vector<void*> again;
+        for (int i = 0; i < 40; ++i) {
+            again.push_back(_xoMalloc(130));
+            fill(again.back(), 130, static_cast<unsigned char>(i + 7));
+        }
+        for (std::size_t i = 0; i < again.size(); ++i)
+            damaged += holds(again[i], 130, static_cast<unsigned char>(i + 7)) ? 0 : 1;
+        distinct = std::set<void*>(again.begin(), again.end()).size();
+        for (void* p : again)
+            _xoFree(p);
+    }).join();
+    EXPECT_EQ(damaged, 0);
+    EXPECT_EQ(distinct, 40u);
+    EXPECT_GT(whileAlive, before) << "freed blocks waited in the freeing thread's cache";
+    EXPECT_EQ(inUse(), before) << "and went back when it exited";
+
+    std::thread([] {
+        g_keptForLateExit = _xoMalloc(136);
+        armLateExit(useThePoolsLate);
+    }).join();
+    EXPECT_EQ(inUse(), before) << "also what is freed and allocated late in the exit";
+}
+
+// The pools close at exit (here by hand, in a child process) while this thread and
+// another hold blocks in use and in their caches. No cached block, whose segment is
+// gone, may be handed out again; frees of pool blocks must be ignored rather than reach
+// the runtime heap; a thread that exits afterwards must not touch the released memory.
+[[noreturn]] void closeWithCachedBlocks() {
+    void* inUse = _xoMalloc(48);
+    void* cached = _xoMalloc(48);
+    _xoFree(cached);
+    void* page = xoAllocPageHeap(8192);
+    std::atomic<int> stage{0};
+    bool otherFine = false;
+    std::thread other([&stage, &otherFine] {
+        void* otherCached = _xoMalloc(48);
+        _xoFree(otherCached);
+        stage = 1;
+        while (stage.load() != 2)
+            std::this_thread::yield();
+        void* after = _xoMalloc(48);
+        std::memset(after, 1, 48); // faults in a released segment
+        otherFine = after != otherCached;
+        _xoFree(after);
+    });
+    while (stage.load() != 1)
+        std::this_thread::yield();
+    pools().close();
+    stage = 2;
+    other.join();
+    void* after = _xoMalloc(48);
+    std::memset(after, 2, 48);
+    const bool fine = otherFine && after != cached;
+    _xoFree(after);
+    _xoFree(inUse);
+    xoFreePage(page);
+    std::fputs("closed\n", stderr);
+    std::exit(fine ? 0 : 1);
+}
+
+TEST(XoMemoryDeathTest, AfterThePoolsCloseCachedBlocksAreDroppedAndFreesIgnored) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(closeWithCachedBlocks(), ::testing::ExitedWithCode(0), "closed");
+}
+
+} // namespace
+
+#if defined(_WIN32)
+extern "C" __attribute__((section(".CRT$XLY"), used)) const PIMAGE_TLS_CALLBACK
+    g_xoTestLateExit = runLateExit;
+#endif

@@ -24,5 +24,10 @@ XoMemManager* XoMemManager::sCreate() {
     }
 }
 
-// The deleting destructor gives the object, and with it the whole heap, back.
-void XoMemManager::release() { delete this; }
+// The deleting destructor gives the object, and with it the whole heap, back. Read
+// through a volatile, since the compiler may otherwise take this as never null.
+void XoMemManager::release() {
+    XoMemManager* volatile self = this;
+    if (self != nullptr)
+        delete self;
+}

@@ -13,18 +13,8 @@ constexpr std::size_t kMallocLimit = 0x80000000u;
 
 void* allocateFromClass(XoPools& pools, std::size_t size) {
     const int sizeClass = xo::XoSmallBlockPool::classFor(size);
-    void* block = sizeClass != 0 ? pools.small.take(sizeClass) : nullptr;
+    void* block = sizeClass != 0 ? pools.takeSmall(sizeClass) : nullptr;
     return block != nullptr ? block : std::malloc(size);
-}
-
-// Pool blocks go back to their pool, unless the pools are closed; anything else is the
-// runtime's.
-template <class Pool>
-void freeInto(const XoPools& pools, Pool& pool, void* pointer) {
-    if (!pools.segments.owns(pointer))
-        std::free(pointer);
-    else if (!pools.closed.load(std::memory_order_relaxed))
-        pool.give(pointer);
 }
 
 } // namespace
@@ -57,9 +47,14 @@ void _xoFree(void* pointer) {
         _xoDeallocate(pointer);
 }
 
+// Pool blocks go back to their pool (nothing happens once the pools have closed);
+// anything else is the runtime's.
 void _xoDeallocate(void* pointer) {
     XoPools& pools = XoPools::instance();
-    freeInto(pools, pools.small, pointer);
+    if (!pools.segments.owns(pointer))
+        std::free(pointer);
+    else
+        pools.giveSmall(pointer);
 }
 
 wchar_t* _xoStrdup(const wchar_t* text) {
@@ -94,14 +89,18 @@ void* xoAllocPage(std::size_t) { return xoAllocPageHeap(xo::kSegmentSize); }
 void* xoAllocPageHeap(std::size_t size) {
     if (size == 0)
         size = 1;
+    XoPools& pools = XoPools::instance();
     const int pageClass = xo::XoPagePool::classFor(size);
-    void* block = pageClass != 0 ? XoPools::instance().pages.take(pageClass) : nullptr;
+    void* block = pageClass != 0 && pools.serving() ? pools.pages.take(pageClass) : nullptr;
     return block != nullptr ? block : std::malloc(size);
 }
 
 void xoFreePage(void* pointer) {
     XoPools& pools = XoPools::instance();
-    freeInto(pools, pools.pages, pointer);
+    if (!pools.segments.owns(pointer))
+        std::free(pointer);
+    else if (!pools.closed.load(std::memory_order_relaxed))
+        pools.pages.give(pointer);
 }
 
 void xoFreePageHeap(void* pointer) { xoFreePage(pointer); }

@@ -53,7 +53,12 @@ void XoPagePool::give(void* block) {
 
 void XoPagePool::tearDown() {
     for (int k = 1; k <= kClasses; ++k)
-        m_classes[k].drain([this](XoUnit* unit) { emptyUnit(unit); });
+        m_classes[k].drain([this](XoUnit* unit) {
+            XoAutoLocker guard(&m_descriptorLock);
+            m_segments.retire(unit->base);
+            unit->number = kUnused;
+            unit->sizeClass = 0;
+        });
 }
 
 } // namespace xo

@@ -19,6 +19,7 @@ public:
     static int classFor(std::size_t size);
     void* take(int pageClass) { return m_classes[pageClass].take(m_source); }
     void give(void* block);
+    // At exit: every segment goes, still marked as the pools' (see XoSegmentTable::retire).
     void tearDown();
 
     XoUnit* newUnit(std::uint16_t sizeClass);

@@ -97,4 +97,10 @@ void XoSegmentTable::giveBack(char* base) {
     platform::release(base, kSegmentSize);
 }
 
+void XoSegmentTable::retire(char* base) {
+    XoAutoLocker guard(&m_lock);
+    platform::decommit(base, kSegmentSize);
+    platform::release(base, kSegmentSize);
+}
+
 } // namespace xo

@@ -27,6 +27,10 @@ public:
     char* acquire();
     // Owned bit cleared, next candidate raised, pages decommitted, reservation released.
     void giveBack(char* base);
+    // Decommitted and released for good at exit: the owned bit stays, so the segment is
+    // never taken again and a late free of one of its blocks is still known as a pool
+    // block, to be ignored.
+    void retire(char* base);
 
     // The segment holding p is in range and owned by the pools.
     bool owns(const void* p) const {

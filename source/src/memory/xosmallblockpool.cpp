@@ -1,7 +1,5 @@
 #include "memory/xosmallblockpool.h"
 
-#include <array>
-
 namespace xo {
 
 namespace {
@@ -11,33 +9,10 @@ constexpr int kHeaderPages =
     static_cast<int>((kPagesPerSegment * sizeof(XoUnit) + kPageSize - 1) / kPageSize);
 constexpr int kBlockPages = kPagesPerSegment - kHeaderPages;
 
-constexpr std::size_t kBlockSizes[XoSmallBlockPool::kClasses + 1] = {
-    0,   512, 1024, 2048, 4096, 256, 240, 224, 208, 200, 192, 184, 176, 168, 160, 152, 144,
-    136, 128, 120,  112,  104,  96,  88,  80,  72,  64,  56,  48,  40,  32,  24,  16,  8};
-
-// Requests of 0 to 256 bytes: steps of 8 up to 208, then of 16.
-constexpr std::array<std::uint8_t, 257> makeClassTable() {
-    std::array<std::uint8_t, 257> table{};
-    for (int size = 0; size <= 256; ++size) {
-        const int request = size == 0 ? 1 : size;
-        int best = 0;
-        for (int c = 5; c <= XoSmallBlockPool::kClasses; ++c)
-            if (kBlockSizes[c] >= static_cast<std::size_t>(request) &&
-                (best == 0 || kBlockSizes[c] < kBlockSizes[best]))
-                best = c;
-        table[static_cast<std::size_t>(size)] = static_cast<std::uint8_t>(best);
-    }
-    return table;
-}
-
-constexpr std::array<std::uint8_t, 257> kClassTable = makeClassTable();
+constexpr const std::size_t* kBlockSizes = XoSmallBlockPool::kBlockSizes;
 
 XoUnit* recordsOf(const void* p) {
     return reinterpret_cast<XoUnit*>(addressOf(p) & ~std::uintptr_t{kSegmentSize - 1});
-}
-
-XoUnit* recordOf(const void* p) {
-    return recordsOf(p) + ((addressOf(p) & (kSegmentSize - 1)) >> 12);
 }
 
 } // namespace
@@ -49,32 +24,16 @@ XoSmallBlockPool::XoSmallBlockPool(XoSegmentTable& segments) : m_segments(segmen
         m_classes[c].init(static_cast<std::uint16_t>(c), kBlockSizes[c], kPageSize, true);
 }
 
-// Above 256 bytes only sizes close to a power of two are pooled, to bound the waste.
-int XoSmallBlockPool::classFor(std::size_t size) {
-    if (size <= 256)
-        return kClassTable[size];
-    if (size >= 500 && size <= 512)
-        return 1;
-    if (size >= 1000 && size <= 1024)
-        return 2;
-    if (size >= 2000 && size <= 2048)
-        return 3;
-    if (size >= 4000 && size <= 4096)
-        return 4;
-    return 0;
-}
-
-std::size_t XoSmallBlockPool::blockSizeOf(int sizeClass) { return kBlockSizes[sizeClass]; }
-
-std::size_t XoSmallBlockPool::sizeOf(const void* block) const {
-    return kBlockSizes[recordOf(block)->sizeClass];
-}
-
 void XoSmallBlockPool::give(void* block) {
     XoUnit* unit = recordOf(block);
     const int sizeClass = unit->sizeClass;
     if (sizeClass != 0)
         m_classes[sizeClass].give(unit, block, m_source);
+}
+
+void XoSmallBlockPool::giveMany(int sizeClass, void* const* blocks, int count) {
+    m_classes[sizeClass].giveMany(
+        blocks, count, [](const void* block) { return recordOf(block); }, m_source);
 }
 
 // Record 0 of a segment describes the segment: its free page count and its links on
@@ -141,7 +100,12 @@ void XoSmallBlockPool::tearDown() {
         });
     XoAutoLocker guard(&m_pageLock);
     while (XoUnit* header = m_withFreePages.head)
-        giveBackSegment(header);
+        retireSegment(header);
+}
+
+void XoSmallBlockPool::retireSegment(XoUnit* header) {
+    m_withFreePages.remove(header);
+    m_segments.retire(header->base);
 }
 
 } // namespace xo

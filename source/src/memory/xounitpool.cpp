@@ -36,8 +36,33 @@ void XoUnitClass::init(std::uint16_t number, std::size_t blockSize, std::size_t 
     m_blocksPerUnit = static_cast<std::uint32_t>(unitSize / blockSize);
 }
 
+std::size_t XoUnitClass::blocksInUse() const {
+    XoAutoLocker guard(&m_lock);
+    std::size_t inUse = 0;
+    for (const XoUnitList* list : {&m_free, &m_full})
+        for (const XoUnit* unit = list->head; unit != nullptr; unit = unit->after)
+            inUse += m_blocksPerUnit - unit->available;
+    return inUse;
+}
+
 void* XoUnitClass::take(const XoUnitSource& source) {
     XoAutoLocker guard(&m_lock);
+    return takeLocked(source);
+}
+
+int XoUnitClass::takeMany(void** blocks, int count, const XoUnitSource& source) {
+    XoAutoLocker guard(&m_lock);
+    int taken = 0;
+    while (taken < count) {
+        void* block = takeLocked(source);
+        if (block == nullptr)
+            break;
+        blocks[taken++] = block;
+    }
+    return taken;
+}
+
+void* XoUnitClass::takeLocked(const XoUnitSource& source) {
     XoUnit* unit = m_free.head;
     if (unit != nullptr && (unit->flags & 1) == 0 && unit->available > 1) {
         --unit->available;
@@ -103,8 +128,12 @@ void XoUnitClass::unitEmptied(XoUnit* unit, const XoUnitSource& source) {
     source.emptyUnit(source.pool, unit);
 }
 
-void XoUnitClass::give(XoUnit* unit, void* pointer, const XoUnitSource& source) {
+void XoUnitClass::give(XoUnit* unit, void* block, const XoUnitSource& source) {
     XoAutoLocker guard(&m_lock);
+    giveLocked(unit, block, source);
+}
+
+void XoUnitClass::giveLocked(XoUnit* unit, void* pointer, const XoUnitSource& source) {
     char* block = static_cast<char*>(pointer);
     ++unit->available;
     if (unit->available == m_blocksPerUnit) {

@@ -63,7 +63,16 @@ public:
               bool keepLastEmpty);
 
     void* take(const XoUnitSource& source);
+    // Up to count blocks under one hold of the lock; returns how many could be had.
+    int takeMany(void** blocks, int count, const XoUnitSource& source);
     void give(XoUnit* unit, void* block, const XoUnitSource& source);
+    // Blocks of this class back under one hold of the lock; unitOf(block) is its unit.
+    template <class UnitOf>
+    void giveMany(void* const* blocks, int count, UnitOf unitOf, const XoUnitSource& source) {
+        XoAutoLocker guard(&m_lock);
+        for (int i = 0; i < count; ++i)
+            giveLocked(unitOf(blocks[i]), blocks[i], source);
+    }
     // Hands every unit still on the lists to give (teardown).
     template <class Give>
     void drain(Give give) {
@@ -76,9 +85,13 @@ public:
     }
 
     std::size_t blockSize() const { return m_blockSize; }
+    // Blocks handed out and not given back (blocks in thread caches count).
+    std::size_t blocksInUse() const;
 
 private:
+    void* takeLocked(const XoUnitSource& source);
     void* takeSlow(const XoUnitSource& source);
+    void giveLocked(XoUnit* unit, void* block, const XoUnitSource& source);
     void threadRemaining(XoUnit* unit);
     void unitEmptied(XoUnit* unit, const XoUnitSource& source);
 
