@@ -9,7 +9,6 @@ constexpr int kHeaderPages =
     static_cast<int>((kPagesPerSegment * sizeof(XoUnit) + kPageSize - 1) / kPageSize);
 constexpr int kBlockPages = kPagesPerSegment - kHeaderPages;
 
-constexpr const std::size_t* kBlockSizes = XoSmallBlockPool::kBlockSizes;
 
 XoUnit* recordsOf(const void* p) {
     return reinterpret_cast<XoUnit*>(addressOf(p) & ~std::uintptr_t{kSegmentSize - 1});
@@ -21,7 +20,7 @@ XoUnit* recordsOf(const void* p) {
 // not move a page in and out of its segment each time.
 XoSmallBlockPool::XoSmallBlockPool(XoSegmentTable& segments) : m_segments(segments) {
     for (int c = 1; c <= kClasses; ++c)
-        m_classes[c].init(static_cast<std::uint16_t>(c), kBlockSizes[c], kPageSize, true);
+        m_classes[c].init(static_cast<std::uint16_t>(c), XoSmallBlockPool::kBlockSizes[c], kPageSize, true);
 }
 
 void XoSmallBlockPool::give(void* block) {
