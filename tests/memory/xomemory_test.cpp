@@ -333,11 +333,11 @@ TEST(XoMemory, BlocksFreedOnAnotherThreadKeepTheirPatternsUntilThen) {
     EXPECT_EQ(bad.load(), 0);
 }
 
-TEST(XoMemory, AClassKeepsItsLastEmptyPage) {
+TEST(XoMemory, TheLastFreedBlockIsHandedOutFirst) {
     void* first = _xoMalloc(40);
     _xoFree(first);
     void* again = _xoMalloc(40);
-    EXPECT_EQ(again, first) << "the emptied page stayed with its class, in advancing mode";
+    EXPECT_EQ(again, first) << "the thread cache is last in, first out";
     _xoFree(again);
 }
 

@@ -9,7 +9,6 @@ constexpr int kHeaderPages =
     static_cast<int>((kPagesPerSegment * sizeof(XoUnit) + kPageSize - 1) / kPageSize);
 constexpr int kBlockPages = kPagesPerSegment - kHeaderPages;
 
-
 XoUnit* recordsOf(const void* p) {
     return reinterpret_cast<XoUnit*>(addressOf(p) & ~std::uintptr_t{kSegmentSize - 1});
 }
