@@ -4,6 +4,7 @@
 #include "VeskCrashRecorder.h"
 #include "VeskErrorStatus.h"
 #include "XoAsserter.h"
+#include "XoCharCategory.h"
 #include "XoCharOp.h"
 #include "XoException.h"
 #include "XoExceptionPointers.h"

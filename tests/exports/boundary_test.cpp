@@ -92,6 +92,14 @@ TEST(Boundary, PooledAddressLocksWorkFromTheClient) {
 
 using XoCharData = XoMemData<char, XoStrHeaderA, XoMemDataAllocator, XoPodReallocator<char>>;
 
+TEST(Boundary, TheCategoryInstanceIsTheLibrarysOwnAndReady) {
+    EXPECT_EQ(XoCharCategory::instance(), &XoCharCategory::s_instance);
+    EXPECT_TRUE(XoCharCategory::s_instance.isPunctuation(L'\x3002'));
+    char copied[8];
+    EXPECT_EQ(XoCharOp::copy(copied, sizeof copied, "abc"), 0);
+    EXPECT_EQ(XoCharOp::length(copied), 3u);
+}
+
 TEST(Boundary, CopyOnWriteBuffersUseTheLibrarysInstantiation) {
     XoCharData empty;
     EXPECT_TRUE(empty.isEmptyData());
