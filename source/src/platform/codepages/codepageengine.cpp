@@ -60,8 +60,21 @@ Outcome tableToWide(const PageState& state, unsigned flags, const unsigned char*
         }
         return Outcome{count, 0};
     }
+    // The common case: a page whose every byte but zero completes a lead byte.
+    const PageData& page = *state.data;
+    if (state.everyTrail) {
+        const std::int16_t* leadRow = state.leadRow;
+        while (end - p >= 2 && count < dstLen) {
+            const unsigned byte = *p++;
+            const int row = leadRow[byte];
+            if (row >= 0 && *p != 0)
+                dst[count++] = wchar_t(page.pairs[row * 256 + *p++]);
+            else
+                dst[count++] = wchar_t(singles[byte]);
+        }
+    }
     // No page has a lead byte below 0x80, and no byte yields more than one unit.
-    const bool roomy = end - p <= dstLen;
+    const bool roomy = end - p <= dstLen - count;
     while (p < end) {
         if (!roomy && count == dstLen)
             return failed(kErrorInsufficientBuffer);
@@ -100,6 +113,19 @@ Outcome wideToTablePlain(const PageState& state, const wchar_t* p, const wchar_t
     const bool roomy = dstLen != 0 && (end - p) * (singleByte ? 1 : 2) <= dstLen;
     bool used = false;
     int count = 0;
+    if (!singleByte && dstLen != 0) {
+        // Both bytes are written whatever the code's width, so that mixed text takes no
+        // unpredictable branch; the second is overwritten when the code had one byte.
+        for (; p < end && count + 2 <= dstLen; ++p) {
+            const char16_t unit = char16_t(*p);
+            const unsigned code = reverse[unit];
+            used |= (code == defaultCode) & (unit != defaultReadsAs);
+            const bool wide = code > 0xFF;
+            dst[count] = char(wide ? code >> 8 : code);
+            dst[count + 1] = char(code);
+            count += wide ? 2 : 1;
+        }
+    }
     for (; p < end; ++p) {
         const char16_t unit = char16_t(*p);
         const unsigned code = reverse[unit];

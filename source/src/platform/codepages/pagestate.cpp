@@ -26,6 +26,9 @@ std::unique_ptr<PageState> derive(const PageData& page) {
     for (std::size_t i = 0; i < page.bestFitCount; ++i)
         state->reverse[page.bestFit[2 * i]] = page.bestFit[2 * i + 1];
     state->defaultReadsAs = state->decode(page.defaultChar);
+    state->everyTrail = !testBit(page.trailBits, 0);
+    for (unsigned b = 1; b < 256; ++b)
+        state->everyTrail = state->everyTrail && testBit(page.trailBits, b);
     return state;
 }
 

@@ -14,6 +14,7 @@ struct PageState {
     std::int16_t leadRow[256] = {}; // -1 for a byte that is not a lead byte
     std::unique_ptr<std::uint16_t[]> reverse; // 65536 codes: the answer with best fit
     char16_t defaultReadsAs = 0; // the unit the page's default character reads as
+    bool everyTrail = false;     // every byte but zero completes a lead byte
 
     char16_t decode(unsigned code) const {
         if (code < 256)
