@@ -1,9 +1,13 @@
 // Everything the library exports.
 #pragma once
 
+#include "PmCodePage.h"
 #include "VeskCrashRecorder.h"
 #include "VeskErrorStatus.h"
 #include "XoAsserter.h"
+#include "XoCharMapper.h"
+#include "XoCodePageFunctions.h"
+#include "XoCodePageMapper.h"
 #include "XoException.h"
 #include "XoExceptionPointers.h"
 #include "XoHeapDbgDumper.h"
