@@ -11,6 +11,7 @@
 #include "XoException.h"
 #include "XoExceptionPointers.h"
 #include "XoHeapDbgDumper.h"
+#include "XoLocaleHelpers.h"
 #include "XoLock.h"
 #include "XoMemManager.h"
 #include "XoMemory.h"
