@@ -1,14 +1,19 @@
 // Everything the library exports.
 #pragma once
 
+#include "PmCodePage.h"
 #include "VeskCrashRecorder.h"
 #include "VeskErrorStatus.h"
 #include "XoAsserter.h"
 #include "XoCharCategory.h"
+#include "XoCharMapper.h"
 #include "XoCharOp.h"
+#include "XoCodePageFunctions.h"
+#include "XoCodePageMapper.h"
 #include "XoException.h"
 #include "XoExceptionPointers.h"
 #include "XoHeapDbgDumper.h"
+#include "XoLocaleHelpers.h"
 #include "XoLock.h"
 #include "XoMemData.h"
 #include "XoMemManager.h"

@@ -73,6 +73,18 @@ TEST(Boundary, StaticInitialisersOfClientsCanAllocate) {
     xoFreePageHeap(g_loading.page);
 }
 
+TEST(Boundary, CodePageTableAndLocaleHelpersAreReachable) {
+    EXPECT_EQ(XoCodePageMapper::arrAnsiVeskCpMapper[CODE_PAGE_ISO8859_6], 28586);
+    EXPECT_EQ(XoCodePageMapper::veskCpToAnsiCp(CODE_PAGE_JOHAB), 1361);
+    EXPECT_EQ(XoCharMapper::getCodepageByCharset(128), CODE_PAGE_JAPANESE);
+    EXPECT_EQ(mapCodepage('4'), CODE_PAGE_JOHAB);
+    // Bound by ordinal on Windows, by name elsewhere.
+    EXPECT_EQ(getAnsiCpCount(), 14);
+    EXPECT_EQ(getLcidByCharSet(129), 1042u);
+    EXPECT_EQ(getCharSetForChar(L'\x3042', 0x0409, 0x0411), 128u);
+    EXPECT_EQ(getCharScriptClass(L'\xE000'), 25);
+}
+
 TEST(Boundary, PooledAddressLocksWorkFromTheClient) {
     long counter = 0;
     std::thread other([&] {

@@ -11,7 +11,10 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "XoLocaleHelpers.h"
 #include "XoLock.h"
 
 namespace {
@@ -82,6 +85,59 @@ TEST(Exports, DllExportsExactlyTheExpectedList) {
                         std::inserter(extra, extra.end()));
     EXPECT_TRUE(missing.empty()) << "missing:\n" << listOf(missing);
     EXPECT_TRUE(extra.empty()) << "unexpected:\n" << listOf(extra);
+}
+
+// Other modules bind to the locale helpers by these numbers: each must be exported with
+// no name, and be the function the header declares (which the import library binds).
+TEST(Exports, LocaleHelpersHaveTheirOrdinalsAndNoNames) {
+    const HMODULE module = GetModuleHandleW(L"XoOsBase.dll");
+    ASSERT_NE(module, nullptr);
+    auto* base = reinterpret_cast<const unsigned char*>(module);
+    auto* nt = reinterpret_cast<const IMAGE_NT_HEADERS64*>(
+        base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
+    auto* dir = reinterpret_cast<const IMAGE_EXPORT_DIRECTORY*>(
+        base + nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT].VirtualAddress);
+    auto* functions = reinterpret_cast<const DWORD*>(base + dir->AddressOfFunctions);
+    auto* nameOrdinals = reinterpret_cast<const WORD*>(base + dir->AddressOfNameOrdinals);
+
+    // Taken at run time, the address is the import's target, not the local stub.
+    std::vector<std::pair<DWORD, const void*>> helpers;
+    auto add = [&](DWORD ordinal, const void* function) {
+        helpers.emplace_back(ordinal, function);
+    };
+    add(1, reinterpret_cast<const void*>(&getCharSetByLcid));
+    add(2, reinterpret_cast<const void*>(&isRightToLeftLanguage));
+    add(3, reinterpret_cast<const void*>(&getAsianIndexByLcid));
+    add(4, reinterpret_cast<const void*>(&getLangIdByCharSet));
+    add(5, reinterpret_cast<const void*>(&getLangIdForChar));
+    add(6, reinterpret_cast<const void*>(&getCharSetByAsianIndex));
+    add(7, reinterpret_cast<const void*>(&getLcidByAsianIndex));
+    add(11, reinterpret_cast<const void*>(&isDoubleByteLcid));
+    add(12, reinterpret_cast<const void*>(&getLcidByCharSet));
+    add(14, reinterpret_cast<const void*>(&getCharScriptClass));
+    add(16, reinterpret_cast<const void*>(&getAnsiCpByCharSet));
+    add(17, reinterpret_cast<const void*>(&getCharSetForChar));
+    add(18, reinterpret_cast<const void*>(&getCharSetByAnsiCp));
+    add(21, reinterpret_cast<const void*>(&systemDefaultLcid));
+    add(22, reinterpret_cast<const void*>(&getAnsiCpCount));
+    add(23, reinterpret_cast<const void*>(&getAnsiCpAt));
+    add(24, reinterpret_cast<const void*>(&getLangIdByAnsiCp));
+    add(26, reinterpret_cast<const void*>(&getAnsiCpByLcid));
+    add(27, reinterpret_cast<const void*>(&getAnsiCpByAsianIndex));
+    add(29, reinterpret_cast<const void*>(&getAsianIndexByAnsiCp));
+    for (const auto& [ordinal, function] : helpers) {
+        ASSERT_GE(ordinal, dir->Base);
+        const DWORD slot = ordinal - dir->Base;
+        ASSERT_LT(slot, dir->NumberOfFunctions) << ordinal;
+        EXPECT_NE(functions[slot], 0u) << ordinal;
+        for (DWORD i = 0; i < dir->NumberOfNames; ++i)
+            EXPECT_NE(nameOrdinals[i], slot) << "ordinal " << ordinal << " has a name";
+        const FARPROC byNumber = GetProcAddress(module, MAKEINTRESOURCEA(ordinal));
+        EXPECT_EQ(reinterpret_cast<const void*>(byNumber), function) << ordinal;
+    }
+    using Count = int (*)();
+    void* count = reinterpret_cast<void*>(GetProcAddress(module, MAKEINTRESOURCEA(22)));
+    EXPECT_EQ(reinterpret_cast<Count>(count)(), 14);
 }
 
 } // namespace
