@@ -15,3 +15,4 @@
 #include "XoOsBaseExport.h"
 #include "XoTracer.h"
 #include "XoVector.h"
+#include "XoWildcard.h"
