@@ -21,3 +21,4 @@
 #include "XoOsBaseExport.h"
 #include "XoTracer.h"
 #include "XoVector.h"
+#include "XoWildcard.h"

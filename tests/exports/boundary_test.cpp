@@ -167,4 +167,16 @@ TEST(Boundary, VectorsUseTheLibrarysInstantiationsAndEmptyBlock) {
     }
 }
 
+TEST(Boundary, WildcardMatchingFromTheClient) {
+    int start = -7;
+    int end = -7;
+    EXPECT_EQ(WildcardsStringMatch(L"plan-A12.dwg", L"*.dwg", &start, &end), 5100);
+    EXPECT_EQ(start, 0);
+    EXPECT_EQ(end, 11);
+    EXPECT_EQ(WildcardsStringMatch(L"x1a", L"#@", &start, &end), 5100);
+    EXPECT_EQ(start, 1);
+    EXPECT_EQ(end, 2);
+    EXPECT_EQ(WildcardsStringMatch(nullptr, L"*", &start, &end), -5001);
+}
+
 } // namespace
