@@ -107,6 +107,15 @@ public:
     // size in elements of buffer; too small a buffer is emptied and gives -1.
     static int format(char* buffer, std::size_t size, const char* format, va_list args);
     static int format(wchar_t* buffer, std::size_t size, const wchar_t* format, va_list args);
+
+    // UTF-16 to the Windows code page, writing what the page lacks (no best fit, and no
+    // ASCII byte for a non-ASCII unit) as a CIF escape "\U+XXXX". inLen -1 reads through
+    // the terminating 0, which is written and counted. Stops at the first piece that
+    // does not fit in outLen bytes. Returns the bytes written; 0 with the last error
+    // 1001 for an invalid code page, 87 for a null in, or a null out with outLen not 0.
+    // flags and the last argument are not used.
+    static int WideCharToMultiByteCIF(unsigned int winCp, unsigned long flags, const wchar_t* in, int inLen,
+                                      char* out, int outLen, unsigned long);
 };
 
 // The runtime's invalid-parameter handler: on Windows the C runtime's own
