@@ -2,6 +2,7 @@
 #pragma once
 
 #include "PmCodePage.h"
+#include "PmFILE.h"
 #include "PnCharFormatter.h"
 #include "VeskCrashRecorder.h"
 #include "VeskErrorStatus.h"
