@@ -19,6 +19,8 @@ public:
     virtual bool find(wchar_t* buffer, int capacity, const wchar_t* fileName) = 0;
 
 protected:
-    // The library never deletes a reader.
+    // The library never deletes a reader, so the two operations are the only slots. A
+    // derived reader that is deleted through a base of its own declares its own virtual
+    // destructor (or is final).
     ~CReadUserDefBigfontIni() = default;
 };
