@@ -1,6 +1,7 @@
 // Everything the library exports.
 #pragma once
 
+#include "CReadUserDefBigfontIni.h"
 #include "PmCodePage.h"
 #include "PmFILE.h"
 #include "PnCharFormatter.h"

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <map>
 #include <memory>
 #include <string>
 #include <thread>
@@ -177,6 +179,39 @@ TEST(Boundary, WildcardMatchingFromTheClient) {
     EXPECT_EQ(start, 1);
     EXPECT_EQ(end, 2);
     EXPECT_EQ(WildcardsStringMatch(nullptr, L"*", &start, &end), -5001);
+}
+
+// A reader made by the client: the library calls it through the client's vtable.
+class ClientBigFontReader final : public CReadUserDefBigfontIni {
+public:
+    void read(const wchar_t* path, std::map<std::wstring, int>& map) override {
+        seenPath = path;
+        map[L"client.shx"] = 2;
+    }
+    bool find(wchar_t* buffer, int capacity, const wchar_t* fileName) override {
+        ++finds;
+        return std::swprintf(buffer, std::size_t(capacity), L"D:/%ls", fileName) > 0;
+    }
+    std::wstring seenPath;
+    int finds = 0;
+};
+
+TEST(Boundary, ConversionsFillClientVectorsAndCallClientReaders) {
+    XoVector<wchar_t> wide;
+    wide.push_back(L'>');
+    const XoVector<wchar_t> kept = wide;
+    EXPECT_TRUE(XoCharMapper::multiByteToWideChar(CODE_PAGE_JAPANESE, "\x82\xA0\\U+00B0", 9, wide, true, false));
+    EXPECT_EQ(std::wstring(std::as_const(wide).begin(), std::as_const(wide).end()), std::wstring(L">\u3042\u00B0") + L'\0');
+    EXPECT_EQ(kept.size(), 1);
+
+    XoVector<char> bytes;
+    XoCharMapper::wideCharToMultiByte(CODE_PAGE_WIN_WESTERN, L"\u00E9\u4E2D", 2, bytes);
+    EXPECT_EQ(std::string(std::as_const(bytes).begin(), std::as_const(bytes).end()), std::string("\xE9\\U+4E2D") + '\0');
+
+    ClientBigFontReader reader;
+    EXPECT_EQ(XoCharMapper::getCodepageByBigFont(L"fonts/CLIENT", &reader), CODE_PAGE_TRADITIONAL_CHINESE);
+    EXPECT_EQ(reader.seenPath, L"D:/BIGFONT.INI");
+    EXPECT_EQ(XoCharMapper::getCpByBigFont(L"whgtxt", &reader), CODE_PAGE_KOREAN);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "platform/debugoutput.h"
 #include "platform/error.h"
 #include "platform/thread.h"
+#include "platform/version.h"
 
 #include <gtest/gtest.h>
 
@@ -8,6 +9,10 @@
 #include <cstdio>
 #include <set>
 #include <thread>
+
+#if defined(_WIN32)
+#include <windows.h>
+#endif
 
 namespace {
 
@@ -52,6 +57,20 @@ TEST(PlatformDebugOutput, QuietWithoutADebugger) {
     xo::platform::debugOutputW(nullptr);
     xo::platform::debugOutputA(nullptr);
     xo::platform::debugOutputW(L"surrogates \xD83D\xDE00 and a lone \xDC00\n");
+}
+
+TEST(PlatformVersion, LoadTimeWordIsTheSystemsAndCanBeReplacedForTests) {
+    const std::uint32_t word = xo::platform::loadTimeVersionWord();
+#if defined(_WIN32)
+    EXPECT_EQ(word, std::uint32_t(::GetVersion()));
+#else
+    EXPECT_EQ(word & 0xFF, 10u); // Windows 10
+    EXPECT_EQ(word >> 16, 19045u);
+#endif
+    EXPECT_EQ(xo::platform::replaceLoadTimeVersionWord(0x05650004), word);
+    EXPECT_EQ(xo::platform::loadTimeVersionWord(), 0x05650004u);
+    EXPECT_EQ(xo::platform::replaceLoadTimeVersionWord(word), 0x05650004u);
+    EXPECT_EQ(xo::platform::loadTimeVersionWord(), word);
 }
 
 } // namespace

@@ -34,6 +34,8 @@ namespace {
 
 } // namespace pools
 
+XoPools::~XoPools() = default;
+
 void XoPools::openThreadCaches() { m_slotOpen = platform::openThreadSlot(threadExited); }
 
 // A cache holds addresses only: the closing thread's is dropped, and those of other

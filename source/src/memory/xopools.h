@@ -19,6 +19,9 @@ struct XoPools {
     std::atomic<bool> closed{false};
 
     XoPools() = default;
+    // Never run (see instance), but defined out of line: clang 14 calls it on the
+    // unwinding path of the holder's constructor without emitting the implicit one.
+    ~XoPools();
     XoPools(const XoPools&) = delete;
     XoPools& operator=(const XoPools&) = delete;
 
