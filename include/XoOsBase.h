@@ -12,5 +12,6 @@
 #include "XoMemManager.h"
 #include "XoMemory.h"
 #include "XoOsBaseExport.h"
+#include "XoString.h"
 #include "XoTracer.h"
 #include "XoVector.h"
