@@ -478,10 +478,10 @@ XO_MEMDATA void XO_MEMDATA_T::append(const T& element, std::size_t n) {
     // One element into a block of its own with room to spare, the usual case by far:
     // what copyBeforeWrite does then, without its other cases.
     H* own = header();
-    if (n == 1 && own->m_nCount < own->m_nAllocCount &&
-        own->m_nRefs.load(std::memory_order_acquire) <= 1) {
-        m_pData[own->m_nCount] = element;
-        ++own->m_nCount;
+    const std::size_t used = own->m_nCount;
+    if (n == 1 && used < own->m_nAllocCount && own->m_nRefs.load(std::memory_order_acquire) <= 1) {
+        own->m_nCount = used + 1; // first: the element written may alias the count
+        m_pData[used] = element;
         return;
     }
     xo::memdata::appendFilled<T, H, A, R>(*this, element, n);
