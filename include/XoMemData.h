@@ -17,6 +17,7 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <type_traits>
 
 // The header of an 8-bit string block.
 struct XoStrHeaderA {
@@ -42,9 +43,14 @@ static_assert(offsetof(XoStrHeaderA, m_nCount) == 8 && offsetof(XoStrHeaderA, m_
                   offsetof(XoStrHeaderA, m_nCodePage) == 32 && sizeof(XoStrHeaderA) == 40,
               "clients compile against this layout");
 
-// Blocks of XoMemData come from the library's allocation entry points.
+// Blocks of XoMemData come from the library's allocation entry points. reallocate, which
+// an allocator may leave out, resizes a block that one value alone holds; it refuses
+// what _xoMalloc refuses.
 struct XoMemDataAllocator {
     static void* allocate(std::size_t bytes) { return _xoMalloc(bytes); }
+    static void* reallocate(void* block, std::size_t bytes) {
+        return bytes > 0x80000000u ? nullptr : _xoRealloc(block, bytes);
+    }
     static void deallocate(void* block) { _xoFree(block); }
 };
 
@@ -189,7 +195,9 @@ public:
     // the value is then private.
     bool copyIfShared();
     // A new block with the given count and room for max(count, room), keeping the first
-    // min(old count, count) elements, the growth and what Header::inheritFrom keeps.
+    // min(old count, count) elements, the growth and what Header::inheritFrom keeps. A
+    // block that this value alone holds is resized where it lies when the allocator can
+    // (Allocator::reallocate), with the same outcome.
     bool reallocData(std::size_t count, std::size_t room);
 
     Header* header() const;
@@ -228,6 +236,40 @@ H* newBlock(const H& like, const T* data, std::size_t keep, std::size_t count,
     fresh->inheritFrom(like);
     R::copy(reinterpret_cast<T*>(fresh + 1), data, keep < count ? keep : count);
     return fresh;
+}
+
+// append(element, n) past its fast case; out of line, so that the fast case needs no
+// stack frame.
+template <class T, class H, class A, class R>
+#if defined(__GNUC__)
+__attribute__((noinline))
+#endif
+void appendFilled(XoMemData<T, H, A, R>& value, const T& element, std::size_t n) {
+    const std::size_t old = value.count();
+    if (value.copyBeforeWrite(old + n))
+        R::fill(XoMemData<T, H, A, R>::getDataPtr(value.header()) + old, element, n);
+}
+
+template <class A, class = void>
+struct CanReallocate : std::false_type {};
+template <class A>
+struct CanReallocate<A, std::void_t<decltype(A::reallocate(nullptr, std::size_t(0)))>>
+    : std::true_type {};
+
+// The block of a header that one value alone holds, resized in place where the allocator
+// can (a large block grows without a copy) to the given count and room for
+// max(count, room); null when it cannot be had, the old block then unchanged.
+template <class T, class H, class A>
+H* resizeBlock(H* own, std::size_t count, std::size_t room) {
+    const std::size_t size = count > room ? count : room;
+    if (size > (std::numeric_limits<std::size_t>::max() - sizeof(H)) / sizeof(T))
+        return nullptr;
+    H* moved = static_cast<H*>(A::reallocate(own, size * sizeof(T) + sizeof(H)));
+    if (moved != nullptr) {
+        moved->m_nCount = count;
+        moved->m_nAllocCount = size;
+    }
+    return moved;
 }
 
 } // namespace xo::memdata
@@ -433,9 +475,16 @@ XO_MEMDATA void XO_MEMDATA_T::append(const T* elements, std::size_t n) {
 }
 
 XO_MEMDATA void XO_MEMDATA_T::append(const T& element, std::size_t n) {
-    const std::size_t old = count();
-    if (copyBeforeWrite(old + n))
-        R::fill(m_pData + old, element, n);
+    // One element into a block of its own with room to spare, the usual case by far:
+    // what copyBeforeWrite does then, without its other cases.
+    H* own = header();
+    const std::size_t used = own->m_nCount;
+    if (n == 1 && used < own->m_nAllocCount && own->m_nRefs.load(std::memory_order_acquire) <= 1) {
+        own->m_nCount = used + 1; // first: the element written may alias the count
+        m_pData[used] = element;
+        return;
+    }
+    xo::memdata::appendFilled<T, H, A, R>(*this, element, n);
 }
 
 XO_MEMDATA std::size_t XO_MEMDATA_T::allocAt(std::size_t index, std::size_t n) {
@@ -550,6 +599,19 @@ XO_MEMDATA bool XO_MEMDATA_T::copyIfShared() {
 }
 
 XO_MEMDATA bool XO_MEMDATA_T::reallocData(std::size_t newCount, std::size_t room) {
+    if constexpr (xo::memdata::CanReallocate<A>::value) {
+        // A block this value alone holds (not shared, not locked, not the empty
+        // instance) ends the same way when it is resized where it lies: same fields,
+        // the elements kept, the old block gone.
+        H* own = header();
+        if (own != &s_emptyHeader && own->m_nRefs.load(std::memory_order_acquire) == 1) {
+            H* moved = xo::memdata::resizeBlock<T, H, A>(own, newCount, room);
+            if (moved == nullptr)
+                return false;
+            m_pData = getDataPtr(moved);
+            return true;
+        }
+    }
     H* fresh = xo::memdata::newBlock<T, H, A, R>(*header(), m_pData, count(), newCount, room);
     if (fresh == nullptr)
         return false;

@@ -22,6 +22,7 @@
 #include "XoMemManager.h"
 #include "XoMemory.h"
 #include "XoOsBaseExport.h"
+#include "XoString.h"
 #include "XoTracer.h"
 #include "XoVector.h"
 #include "XoWildcard.h"

@@ -18,17 +18,101 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 #include <new>
 #include <type_traits>
 #include <utility>
 
-// Element arrays: new[] and delete[], so every element up to the physical length is a
-// constructed (value-initialised) object. Null when memory runs out.
+namespace xo::vector {
+
+// Element types held as plain bytes: copied by byte copy, value-initialised by zeros.
+template <class T>
+constexpr bool kPlain = std::is_trivial_v<T> && !std::is_member_pointer_v<T>;
+
+// In front of an array of plain elements: how many the allocation has room for, which
+// may be more than the vector's physical length. 16 bytes keep the elements aligned as
+// malloc aligns.
+struct ArrayHead {
+    std::int64_t room;
+    std::int64_t unused;
+};
+
+// Whether allocator A resizes arrays of T in place (XoDefaultMemAllocator for plain T).
+template <class A, class T, class = void>
+struct CanReallocate : std::false_type {};
+template <class A, class T>
+struct CanReallocate<A, T, std::void_t<decltype(A::reallocate(std::declval<T*>(), std::int32_t(0)))>>
+    : std::true_type {};
+
+// Appending to a block that one vector alone holds and that has room, the usual case:
+// what the general case ends in (the logical length one up), without its other cases.
+// The new last element, or null when the general case must run.
+template <class T, class R, class Block>
+T* freeSlot(Block* block) {
+    if (block == nullptr)
+        return nullptr;
+    const int used = block->m_nLogicalLength;
+    if (used >= block->m_nPhysicalLength || R::count(block->m_nRefs) != 1)
+        return nullptr;
+    block->m_nLogicalLength = used + 1;
+    return static_cast<T*>(block->m_pElements) + used;
+}
+
+} // namespace xo::vector
+
+// Element arrays, null when memory runs out; every element up to the physical length is
+// a constructed (value-initialised) object. Other types: new[] and delete[]. Plain types
+// (trivial ones: numbers, characters, pointers, simple structs): the C runtime's malloc,
+// realloc and free, with the array's room kept in front of it, and reallocate, which
+// keeps the first elements, leaves the new ones for the caller to initialise and takes
+// room in steps of half the present room at least, so that a vector that grows by its
+// grow length reallocates only now and then. The vector's lengths do not change with
+// it: the room beyond the physical length is the allocator's own.
 template <class T>
 struct XoDefaultMemAllocator {
-    static T* allocate(std::int32_t n) { return new (std::nothrow) T[n](); }
-    static void deallocate(T* elements) { delete[] elements; }
+    static T* allocate(std::int32_t n) {
+        if constexpr (xo::vector::kPlain<T>) {
+            if (n < 0)
+                return nullptr;
+            auto* head = static_cast<xo::vector::ArrayHead*>(
+                std::calloc(1, sizeof(xo::vector::ArrayHead) + std::size_t(n) * sizeof(T)));
+            if (head == nullptr)
+                return nullptr;
+            head->room = n;
+            return reinterpret_cast<T*>(head + 1);
+        } else {
+            return new (std::nothrow) T[n]();
+        }
+    }
+    template <class U = T, std::enable_if_t<xo::vector::kPlain<U>, int> = 0>
+    static T* reallocate(T* elements, std::int32_t n) {
+        auto* head = reinterpret_cast<xo::vector::ArrayHead*>(elements) - 1;
+        const std::int64_t room = head->room;
+        if (n <= room && std::int64_t(n) * 2 > room)
+            return elements;
+        // Growing takes half as much again; shrinking to half or less gives memory back.
+        std::int64_t wanted = n > room ? std::max<std::int64_t>(n, room + room / 2) : n;
+        for (;;) {
+            void* moved = std::realloc(head, sizeof(xo::vector::ArrayHead) + std::size_t(wanted) * sizeof(T));
+            if (moved != nullptr) {
+                head = static_cast<xo::vector::ArrayHead*>(moved);
+                head->room = wanted;
+                return reinterpret_cast<T*>(head + 1);
+            }
+            if (wanted == n)
+                return nullptr;
+            wanted = n; // no room for the step: exactly what is asked
+        }
+    }
+    static void deallocate(T* elements) {
+        if constexpr (xo::vector::kPlain<T>) {
+            if (elements != nullptr)
+                std::free(reinterpret_cast<xo::vector::ArrayHead*>(elements) - 1);
+        } else {
+            delete[] elements;
+        }
+    }
 };
 
 // The reference count of a control block: unsigned 32-bit, changed atomically, so
@@ -244,11 +328,21 @@ XO_VECTOR void XO_VECTOR_T::reserve(int n) {
 XO_VECTOR void XO_VECTOR_T::clear() { setPhysicalLength(0); }
 
 XO_VECTOR void XO_VECTOR_T::append(const T& element) {
-    T copy(element); // the element may live in this vector's block
+    if (T* slot = xo::vector::freeSlot<T, R>(m_pData)) {
+        *slot = element; // nothing moves: the element may well live in this block
+        return;
+    }
+    T copy(element); // the block may be replaced, and the element with it
     append() = std::move(copy);
 }
 
-XO_VECTOR void XO_VECTOR_T::push_back(const T& element) { append(element); }
+XO_VECTOR void XO_VECTOR_T::push_back(const T& element) {
+    if (T* slot = xo::vector::freeSlot<T, R>(m_pData)) {
+        *slot = element;
+        return;
+    }
+    append(element);
+}
 
 XO_VECTOR const T& XO_VECTOR_T::operator[](int index) const { return elements()[index]; }
 
@@ -402,6 +496,22 @@ XO_VECTOR void XO_VECTOR_T::setPhysicalLength(int n) {
         attach(gpEmptyVectorData);
         return;
     }
+    if constexpr (xo::vector::CanReallocate<A, T>::value) {
+        // A block of its own keeps its place and resizes its array, which ends as a new
+        // block would: the first min(n, size()) elements, the rest value-initialised.
+        if (m_pData != nullptr && m_pData->m_pElements != nullptr && R::count(m_pData->m_nRefs) == 1 &&
+            m_pData != gpEmptyVectorData) {
+            T* resized = A::reallocate(elements(), n);
+            if (resized == nullptr)
+                return;
+            const int kept = std::min(n, size());
+            std::fill(resized + kept, resized + n, T());
+            m_pData->m_pElements = resized;
+            m_pData->m_nPhysicalLength = n;
+            m_pData->m_nLogicalLength = kept;
+            return;
+        }
+    }
     XoVectorData* fresh = newBlock(n, m_pData ? m_pData->m_nGrowLength : G::kGrowLength);
     if (fresh == nullptr)
         return;
@@ -424,6 +534,8 @@ XO_VECTOR void XO_VECTOR_T::setGrowLength(int growLength) {
 }
 
 XO_VECTOR T& XO_VECTOR_T::append() {
+    if (T* slot = xo::vector::freeSlot<T, R>(m_pData))
+        return *slot;
     const int logical = size();
     if (logical == std::numeric_limits<int>::max())
         XoVectorData::throwErrorStatus(Vesk::eOutOfMemory);

@@ -182,6 +182,34 @@ TEST(XoVector, SetPhysicalLengthKeepsTheFirstElements) {
     EXPECT_EQ(fresh.growLength(), 8);
 }
 
+// Plain elements of a private vector are resized where they lie; the vector must end as
+// it would with a new block: same lengths, the kept elements, zeros after them.
+TEST(XoVector, ResizingInPlaceEndsAsANewBlockWould) {
+    XoVector<int> v = numbers(6);
+    v.setLogicalLength(2);
+    v.setPhysicalLength(12);
+    EXPECT_EQ(v.capacity(), 12);
+    v.setLogicalLength(12);
+    EXPECT_EQ(contents(v), (std::vector<int>{1, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+    v.setPhysicalLength(3);
+    EXPECT_EQ(v.size(), 3);
+    v.setPhysicalLength(5);
+    v.setLogicalLength(5);
+    EXPECT_EQ(contents(v), (std::vector<int>{1, 2, 0, 0, 0}));
+
+    // Many growth steps of the grow length keep the arithmetic and every element.
+    XoVector<int> long_run;
+    for (int i = 0; i < 5000; ++i) {
+        long_run.push_back(i);
+        ASSERT_EQ(long_run.capacity(), (i / 8 + 1) * 8);
+    }
+    const XoVector<int>& reader = long_run;
+    for (int i = 0; i < 5000; ++i)
+        ASSERT_EQ(reader[i], i);
+    long_run.setPhysicalLength(10);
+    EXPECT_EQ(contents(long_run), (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
+}
+
 TEST(XoVector, GrowLengthBelongsToTheBlock) {
     XoVector<int> v;
     v.setGrowLength(3);

@@ -214,4 +214,96 @@ TEST(Boundary, ConversionsFillClientVectorsAndCallClientReaders) {
     EXPECT_EQ(XoCharMapper::getCpByBigFont(L"whgtxt", &reader), CODE_PAGE_KOREAN);
 }
 
+// Every member of both string classes, called from a client that inlines nothing.
+TEST(Boundary, StringsUseTheLibrarysMembers) {
+    using Str = XoStringT<char, XoStrHeaderA>;
+    const XoStringA layer("layer", 5, 932);
+    EXPECT_EQ(layer.codepage(), 932);
+    XoStringA shared;
+    shared = layer;
+    EXPECT_EQ(shared.header(), layer.header());
+    const XoStringA copied(layer);
+    EXPECT_NE(copied.header(), layer.header());
+    EXPECT_EQ(shared.setCodepage(1250), 932);
+    EXPECT_NE(shared.header(), layer.header());
+    EXPECT_EQ(layer.codepage(), 932);
+    EXPECT_EQ(XoStringA('-', 2).length(), 2);
+    EXPECT_EQ(XoStringA(std::size_t(16)).capacity(), 16u);
+    EXPECT_EQ(XoStringA("abc").find('c', 0), 2);
+    EXPECT_EQ(XoStringA("abc", 3).find("bc", 0), 1);
+    EXPECT_EQ(XoStringA(Str("t")).numOfChars(), 1);
+
+    Str text("a");
+    text = "b";
+    text = 'c';
+    text = Str("drawing");
+    text.assign(Str("d")).assign("e").assign("fg", 1).assign('h').assign(std::size_t(4));
+    text.concat(Str("1")).concat("2").concat("34", 1).concat("5", 1, "6", 1).concat('7');
+    text += Str("8");
+    text += "9";
+    text += '0';
+    EXPECT_STREQ(text.constStr(), "123567890");
+    EXPECT_EQ(text.compare(Str("123567890")), 0);
+    EXPECT_GT(text.compare("1"), 0);
+    EXPECT_LT(text.compareNoCase(Str("X")), 0);
+    EXPECT_EQ(text.compareNoCase("123567890"), 0);
+    EXPECT_EQ(text.find('5', 0), 3);
+    EXPECT_EQ(text.find("67", 0), 4);
+    EXPECT_EQ(text.findRev('9'), 7);
+    EXPECT_EQ(text.findRev("89"), 6);
+    EXPECT_EQ(text.findOneOf("98"), 6);
+    EXPECT_EQ(text.findOneOfRev("12"), 1);
+    EXPECT_EQ(text.insert(0, "<"), 10);
+    EXPECT_EQ(text.insert(10, '>'), 11);
+    EXPECT_EQ(text.remove('<'), 0);
+    EXPECT_EQ(text.removeChars(0, 1), 10);
+    EXPECT_EQ(text.replace("0>", "0"), 1);
+    EXPECT_EQ(text.replace('1', '2'), -1);
+    EXPECT_STREQ(text.left(2).constStr(), "12");
+    EXPECT_STREQ(text.mid(7).constStr(), "90");
+    EXPECT_STREQ(text.mid(1, 2).constStr(), "23");
+    EXPECT_STREQ(text.right(1).constStr(), "0");
+    EXPECT_TRUE(text.spanIncluding("1").isEmpty());
+    EXPECT_TRUE(text.spanExcluding("1").isEmpty());
+    EXPECT_EQ(text.match("*"), -1);
+    EXPECT_EQ(text.matchNoCase("*"), -1);
+    text.makeUpper().makeLower().makeReverse().makeReverse();
+    text.trimLeft().trimLeft(' ').trimLeft(" ").trimRight().trimRight(' ').trimRight(" ");
+    EXPECT_STREQ(static_cast<const char*>(text), "123567890");
+    text.format("%s-%d", "layer", 3);
+    EXPECT_STREQ(text.constStr(), "layer-3");
+    EXPECT_EQ(text.getAt(0), 'l');
+    EXPECT_EQ(text[1], 'a');
+    text.setAt(0, 'L');
+    text.rawStr()[1] = 'A';
+    char* buffer = text.getBuffer(20);
+    buffer[0] = 'x';
+    buffer[1] = 0;
+    text.releaseBuffer();
+    EXPECT_STREQ(text.constStr(), "x");
+    text.lockBuffer()[0] = 'y';
+    text.unlockBuffer();
+    text.setCapacity(40);
+    EXPECT_EQ(text.capacity(), 40u);
+    text.setNumOfChars(1);
+    EXPECT_EQ(text.numOfChars(), 1);
+    EXPECT_TRUE(text.isAscii());
+    EXPECT_FALSE(text.isEmpty());
+    text.setEmpty();
+    EXPECT_TRUE(text.isEmptyData());
+    EXPECT_EQ(Str(std::size_t(3)).capacity(), 3u);
+    EXPECT_EQ(Str("ab", 1).numOfChars(), 1);
+    EXPECT_EQ(Str('z', 2).numOfChars(), 2);
+}
+
+TEST(Boundary, StringsMadeOnOneSideAreFreedOnTheOther) {
+    // Text built by the library (format, mid, concat reallocation) dropped here, and
+    // text made here grown and dropped by the library.
+    auto* made = new XoStringA("client text");
+    made->concat(std::string(200, '.').c_str());
+    XoStringT<char, XoStrHeaderA> part = made->mid(0, 6);
+    delete made;
+    EXPECT_STREQ(part.constStr(), "client");
+}
+
 } // namespace

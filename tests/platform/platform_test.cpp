@@ -1,7 +1,9 @@
 #include "platform/debugoutput.h"
 #include "platform/error.h"
+#include "platform/memoryprobe.h"
 #include "platform/thread.h"
 #include "platform/version.h"
+#include "platform/virtualmemory.h"
 
 #include <gtest/gtest.h>
 
@@ -71,6 +73,37 @@ TEST(PlatformVersion, LoadTimeWordIsTheSystemsAndCanBeReplacedForTests) {
     EXPECT_EQ(xo::platform::loadTimeVersionWord(), 0x05650004u);
     EXPECT_EQ(xo::platform::replaceLoadTimeVersionWord(word), 0x05650004u);
     EXPECT_EQ(xo::platform::loadTimeVersionWord(), word);
+}
+
+// Two pages: the first readable, the second reserved without access.
+class HalfReadablePages : public ::testing::Test {
+protected:
+    static constexpr std::size_t kPage = 4096;
+    void SetUp() override {
+        pages_ = static_cast<char*>(xo::platform::reserveAligned(2 * kPage, 65536));
+        ASSERT_NE(pages_, nullptr);
+        ASSERT_TRUE(xo::platform::commit(pages_, kPage));
+    }
+    void TearDown() override { xo::platform::release(pages_, 2 * kPage); }
+    char* pages_ = nullptr;
+};
+
+TEST_F(HalfReadablePages, BadReadPointersAreToldWithoutFaulting) {
+    EXPECT_FALSE(xo::platform::isBadReadPtr(pages_, kPage));
+    EXPECT_FALSE(xo::platform::isBadReadPtr(pages_ + kPage - 1, 1));
+    EXPECT_TRUE(xo::platform::isBadReadPtr(pages_ + kPage - 1, 2));
+    EXPECT_TRUE(xo::platform::isBadReadPtr(pages_ + kPage, 1));
+    EXPECT_TRUE(xo::platform::isBadReadPtr(pages_, 2 * kPage));
+    EXPECT_FALSE(xo::platform::isBadReadPtr(pages_ + kPage, 0)) << "nothing to read";
+    EXPECT_TRUE(xo::platform::isBadReadPtr(nullptr, 1));
+    static const char kText[] = "static text";
+    EXPECT_FALSE(xo::platform::isBadReadPtr(kText, sizeof kText));
+}
+
+TEST_F(HalfReadablePages, ManyProbesNeverBlock) {
+    // POSIX probes fill a pipe that must be emptied on the way (64 KiB by default).
+    for (int i = 0; i < 70000; ++i)
+        ASSERT_FALSE(xo::platform::isBadReadPtr(pages_ + (i % kPage), 1));
 }
 
 } // namespace

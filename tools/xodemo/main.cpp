@@ -77,6 +77,13 @@ void showCopyOnWrite() {
                 sharedAtFirst ? "yes" : "no", int(layer.count()), layer.rawData(),
                 int(copy.count()), copy.rawData(), unsigned(copy.allocCount()));
 
+    XoStringA name("site plan", 9, 932);
+    XoStringA alias;
+    alias = name;
+    std::printf("string: \"%s\", code page %d, shared by assignment (%s); \"plan\" at byte %d\n",
+                name.constStr(), name.codepage(), alias.header() == name.header() ? "yes" : "no",
+                name.find("plan", 0));
+
     XoVector<wchar_t> units;
     for (wchar_t c : std::wstring(L"plan"))
         units.push_back(c);
