@@ -1,0 +1,31 @@
+// Reading and writing text the way xoconv does, through the library's classes.
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+#include "options.h"
+
+namespace xoconv {
+
+struct Progress {
+    std::string name;
+    long long total = 0;
+    bool show = false;
+    void report(long long done);
+    void finish();
+};
+
+// Reads all of in as UTF-16 units. `encoding` receives what was used (the mark, or
+// --from). On failure returns false with a message naming the byte offset.
+bool readText(std::FILE* in, const Options& options, Progress& progress, std::wstring& text,
+              Encoding& encoding, std::string& error);
+
+// Writes text in options.to; replaced counts the characters written as '?'.
+bool writeText(std::FILE* out, std::wstring text, const Options& options, std::size_t& replaced,
+               std::string& error);
+
+// The --detect report of one input.
+std::string detect(std::FILE* in, const Options& options);
+
+} // namespace xoconv

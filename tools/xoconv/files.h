@@ -1,0 +1,42 @@
+// Where xoconv reads and writes: files by name (wide on Windows), the standard streams,
+// folders filtered by wildcard patterns, and outputs moved into place only on success.
+#pragma once
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace xoconv {
+
+std::FILE* openFile(const std::filesystem::path& path, const char* mode);
+
+// Standard input copied into a temporary file, which can be read twice and seeked.
+std::FILE* bufferedStandardInput();
+
+void binaryStandardOutput();
+bool standardErrorIsTerminal();
+
+// The regular files of folder whose names match the pattern list, sorted by name.
+bool selectFiles(const std::string& folder, const std::string& patterns,
+                 std::vector<std::filesystem::path>& files, std::string& error);
+
+// An output beside its final path; commit moves it there, and destroying an
+// uncommitted one removes it, so a failed conversion leaves the target untouched.
+class PendingOutput {
+public:
+    explicit PendingOutput(std::filesystem::path target);
+    ~PendingOutput();
+    PendingOutput(const PendingOutput&) = delete;
+    PendingOutput& operator=(const PendingOutput&) = delete;
+
+    std::FILE* stream() const { return stream_; }
+    bool commit(std::string& error);
+
+private:
+    std::filesystem::path target_;
+    std::filesystem::path temporary_;
+    std::FILE* stream_ = nullptr;
+};
+
+} // namespace xoconv

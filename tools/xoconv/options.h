@@ -1,0 +1,45 @@
+// Command line of xoconv.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace xoconv {
+
+// An encoding named on the command line: a Unicode form, or an 8-bit code page given
+// as a library code page identifier.
+struct Encoding {
+    enum Kind { Auto, Ansi8, Utf8, Utf16Little, Utf16Big } kind = Auto;
+    int codePageId = 0; // for Ansi8: the code_page_id
+    std::string name;   // as the user wrote it, for messages
+};
+
+enum class LineEnds { Keep, Lf, CrLf };
+
+struct Options {
+    Encoding from;              // Auto: the byte-order mark, else the system code page
+    Encoding to;                // default UTF-8
+    Encoding candidate;         // --detect: the code page tried against --from
+    int bom = -1;               // -1 by format (UTF-16 yes, UTF-8 no), 0 no, 1 yes
+    bool cif = false;           // unmappable characters as CIF escapes instead of '?'
+    bool decodeEscapes = true;  // CIF and MIF escapes in 8-bit input
+    LineEnds lineEnds = LineEnds::Keep;
+    bool detect = false;
+    bool inPlace = false;
+    bool quiet = false;
+    std::string output;         // -o: a file, or "-"
+    std::string outputDir;
+    std::string dir;            // --dir with --match
+    std::string match;
+    std::vector<std::string> inputs;
+};
+
+// Parses argv; on a usage error returns false with the message.
+bool parseOptions(int argc, char** argv, Options& options, std::string& error, bool& help);
+
+// "utf-8", "utf-16le", "utf-16be", "ansi", "932", "cp932", "id:38"; false when unknown.
+bool parseEncoding(const std::string& text, Encoding& encoding);
+
+const char* usage();
+
+} // namespace xoconv
