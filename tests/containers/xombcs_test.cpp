@@ -5,6 +5,7 @@
 
 #include "containers/xombcs.h"
 #include "platform/codepage.h"
+#include "xotestcodepage.h"
 
 namespace {
 
@@ -12,15 +13,7 @@ using Bytes = std::basic_string<unsigned char>;
 
 const unsigned char* u(const char* s) { return reinterpret_cast<const unsigned char*>(s); }
 
-class MultibyteWalks : public ::testing::Test {
-protected:
-    void SetUp() override {
-        previous_ = xo::platform::multiByteCodePage();
-        ASSERT_EQ(xo::platform::setMultiByteCodePage(932), 0);
-    }
-    void TearDown() override { xo::platform::setMultiByteCodePage(previous_); }
-    int previous_ = 0;
-};
+using MultibyteWalks = xotest::WithMultiByteCodePage<932>;
 
 TEST_F(MultibyteWalks, CharactersAndBytes) {
     const unsigned char* text = u("\x82\xA0\x82\xA2");

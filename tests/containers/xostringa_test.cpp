@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/codepage.h"
+#include "xotestcodepage.h"
 
 namespace {
 
@@ -91,15 +92,7 @@ TEST(XoStringA, AssignmentSharesTheHeaderAndItsCodePage) {
     EXPECT_EQ(XoStringA().codepage(), acp()) << "the empty instance is left as it was";
 }
 
-class XoStringACodePage932 : public ::testing::Test {
-protected:
-    void SetUp() override {
-        previous_ = xo::platform::multiByteCodePage();
-        ASSERT_EQ(xo::platform::setMultiByteCodePage(932), 0);
-    }
-    void TearDown() override { xo::platform::setMultiByteCodePage(previous_); }
-    int previous_ = 0;
-};
+using XoStringACodePage932 = xotest::WithMultiByteCodePage<932>;
 
 TEST_F(XoStringACodePage932, FindCountsBytesAndLengthCountsCharacters) {
     const XoStringA text("a\x82\xA0" "b");

@@ -10,6 +10,7 @@
 
 #include "platform/codepage.h"
 #include "platform/virtualmemory.h"
+#include "xotestcodepage.h"
 
 namespace {
 
@@ -22,16 +23,7 @@ std::string bytes(const Str& s) { return std::string(s.constStr(), std::size_t(s
 
 Str withZeros(const std::string& s) { return Str(s.data(), int(s.size())); }
 
-// Runs the body with the process's multibyte code page set, then puts it back.
-class CodePage932 : public ::testing::Test {
-protected:
-    void SetUp() override {
-        previous_ = xo::platform::multiByteCodePage();
-        ASSERT_EQ(xo::platform::setMultiByteCodePage(932), 0);
-    }
-    void TearDown() override { xo::platform::setMultiByteCodePage(previous_); }
-    int previous_ = 0;
-};
+using CodePage932 = xotest::WithMultiByteCodePage<932>;
 
 // a, one double-byte character, b: four bytes, three characters in code page 932.
 const char kMixed[] = "a\x82\xA0" "b";

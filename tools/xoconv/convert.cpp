@@ -74,26 +74,6 @@ bool readUnicode(PmFILE& file, std::FILE* in, unsigned format, long long start, 
     return true;
 }
 
-// The first byte of line that the code page cannot read, as the conversion judges it.
-std::size_t firstUnreadable(const std::string& line, code_page_id id) {
-    for (std::size_t i = 0; i < line.size(); ++i) {
-        const unsigned char byte = static_cast<unsigned char>(line[i]);
-        if (byte < 0x80)
-            continue;
-        wchar_t code = byte;
-        std::size_t length = 1;
-        if (IsMultiByteCodePage(id) && i + 1 < line.size() && XoCharMapper::isLeadByte(byte, id)) {
-            code = wchar_t((byte << 8) | static_cast<unsigned char>(line[i + 1]));
-            length = 2;
-        }
-        wchar_t unit = 0;
-        if (!XoCharMapper::codepageToUnicode(code, id, unit) || unit == 0 || unit == L'?')
-            return i;
-        i += length - 1;
-    }
-    return 0;
-}
-
 // Without escape decoding: each character through the code page, one at a time.
 bool decodePlain(const std::string& line, code_page_id id, std::wstring& text, std::size_t& bad) {
     if (id == 46)
@@ -147,7 +127,8 @@ bool readEightBit(std::FILE* in, const Options& options, code_page_id id, Progre
                 const wchar_t* units = converted.data();
                 text.append(units, units + size - (size > 0 && units[size - 1] == 0 ? 1 : 0));
             } else {
-                bad = firstUnreadable(line, id);
+                std::wstring scratch; // the same walk without escapes finds the byte
+                decodePlain(line, id, scratch, bad);
             }
         } else {
             ok = decodePlain(line, id, text, bad);

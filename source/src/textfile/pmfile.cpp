@@ -44,6 +44,17 @@ int readByte(std::FILE* stream) { return std::fgetc(stream); }
 
 void stepBack(std::FILE* stream, long bytes) { std::fseek(stream, -bytes, SEEK_CUR); }
 
+// After a carriage return of an 8-bit file: a line feed joins it, any other byte is
+// put back.
+wchar_t foldedCarriageReturn(std::FILE* stream) {
+    const int next = readByte(stream);
+    if (next == '\n')
+        return L'\n';
+    if (next >= 0)
+        stepBack(stream, 1);
+    return L'\r';
+}
+
 // As the one-character writer of the format would write ch: the bytes, or 0 for formats
 // that are not written.
 unsigned int encode(unsigned format, bool useCIF, bool expandLF, wchar_t ch, char* out) {
@@ -170,14 +181,7 @@ bool PmFILE::parseAnsiOrCIF(wchar_t& ch) {
     if (byte < 0)
         return false;
     if (byte == '\r' && m_expandLF) {
-        const int next = readByte(m_stream);
-        if (next == '\n') {
-            ch = L'\n';
-            return true;
-        }
-        if (next >= 0)
-            stepBack(m_stream, 1);
-        ch = L'\r';
+        ch = foldedCarriageReturn(m_stream);
         return true;
     }
     if (byte == '\\' && m_useCIF) {
@@ -217,16 +221,7 @@ bool PmFILE::parseUtf8(wchar_t& ch) {
     if (byte < 0)
         return false;
     if (byte < 0x80) {
-        if (byte == '\r' && m_expandLF) {
-            const int next = readByte(m_stream);
-            if (next == '\n') {
-                ch = L'\n';
-                return true;
-            }
-            if (next >= 0)
-                stepBack(m_stream, 1);
-        }
-        ch = wchar_t(byte);
+        ch = byte == '\r' && m_expandLF ? foldedCarriageReturn(m_stream) : wchar_t(byte);
         return true;
     }
     const std::size_t length = (byte & 0xE0) == 0xC0 ? 2 : (byte & 0xF0) == 0xE0 ? 3 : (byte & 0xF8) == 0xF0 ? 4 : 0;
