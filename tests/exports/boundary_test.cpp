@@ -306,4 +306,23 @@ TEST(Boundary, StringsMadeOnOneSideAreFreedOnTheOther) {
     EXPECT_STREQ(part.constStr(), "client");
 }
 
+TEST(Boundary, TextIteratorFromTheClient) {
+    // Every member called without inlining, so each must be exported.
+    const XoStringA text("\\U+00B0\x82\xA0" "ab");
+    XoAnsiTextIterator it(text, CODE_PAGE_JAPANESE);
+    XoAnsiTextIterator unset;
+    unset = it;
+    EXPECT_EQ(unset.nextChar(), 0x00B0);
+    EXPECT_EQ(unset.nextChar(), 0x82A0);
+    EXPECT_EQ(*unset, 0x82A0);
+    EXPECT_EQ(unset.currPos(), text.constStr() + 9);
+    EXPECT_EQ(it.appendDigits(1, true), 0);
+    EXPECT_EQ(it.appendDigitsNoCheck(1, false), 0);
+    XoStringA out("client");
+    EXPECT_EQ(it.breakSafely(9, out), 3);
+    EXPECT_EQ(out.numOfChars(), 8); // "U+00B0" and the pair
+    EXPECT_FALSE(XoAnsiTextIterator::XoAnsiTextIteratorNotRequired(text, CODE_PAGE_WIN_WESTERN));
+    EXPECT_TRUE(XoAnsiTextIterator::XoAnsiTextIteratorNotRequired("ab", CODE_PAGE_WIN_WESTERN));
+}
+
 } // namespace
