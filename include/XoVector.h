@@ -45,18 +45,64 @@ template <class A, class T>
 struct CanReallocate<A, T, std::void_t<decltype(A::reallocate(std::declval<T*>(), std::int32_t(0)))>>
     : std::true_type {};
 
-// Appending to a block that one vector alone holds and that has room, the usual case:
-// what the general case ends in (the logical length one up), without its other cases.
-// The new last element, or null when the general case must run.
-template <class T, class R, class Block>
+// Whether allocator A tells the room of an array of T (XoDefaultMemAllocator for plain T).
+template <class A, class T, class = void>
+struct KnowsRoom : std::false_type {};
+template <class A, class T>
+struct KnowsRoom<A, T, std::void_t<decltype(A::room(std::declval<const T*>()))>> : std::true_type {};
+
+// The step of the physical length by the grow length that appending past it makes, taken
+// when one vector alone holds the block and the array already has the room: the new last
+// element, or null when the general case must run.
+template <class T, class A, class R, class Block>
+T* stepInRoom(Block* block) {
+    if constexpr (KnowsRoom<A, T>::value) {
+        if (block == nullptr || block->m_pElements == nullptr || R::count(block->m_nRefs) != 1)
+            return nullptr;
+        T* items = static_cast<T*>(block->m_pElements);
+        const int used = block->m_nLogicalLength;
+        const std::int64_t grown = std::int64_t(used) + block->m_nGrowLength;
+        if (used != block->m_nPhysicalLength || grown <= used ||
+            grown > std::numeric_limits<std::int32_t>::max() || grown > A::room(items))
+            return nullptr;
+        // Shown for the first time: value-initialised, as a resized array ends.
+        std::fill(items + used, items + grown, T());
+        block->m_nPhysicalLength = int(grown);
+        block->m_nLogicalLength = used + 1;
+        return items + used;
+    } else {
+        (void)block;
+        return nullptr;
+    }
+}
+
+// Appending to a block that one vector alone holds and that has room, the usual case: what
+// the general case ends in (the logical length one up), without its other cases. The new
+// last element, or null when the general case must run.
+template <class T, class A, class R, class Block>
 T* freeSlot(Block* block) {
-    if (block == nullptr)
+    if (block == nullptr || R::count(block->m_nRefs) != 1)
         return nullptr;
     const int used = block->m_nLogicalLength;
-    if (used >= block->m_nPhysicalLength || R::count(block->m_nRefs) != 1)
+    if (used >= block->m_nPhysicalLength)
         return nullptr;
     block->m_nLogicalLength = used + 1;
     return static_cast<T*>(block->m_pElements) + used;
+}
+
+// append(element) past its fast case; out of line, so that the fast case needs no stack
+// frame.
+template <class T, class A, class R, class V, class Block>
+#if defined(__GNUC__)
+__attribute__((noinline))
+#endif
+void appendCopy(V& vector, Block* block, const T& element) {
+    if (T* slot = stepInRoom<T, A, R>(block)) {
+        *slot = element;
+        return;
+    }
+    T copy(element); // the block may be replaced, and the element with it
+    vector.append() = std::move(copy);
 }
 
 } // namespace xo::vector
@@ -104,6 +150,11 @@ struct XoDefaultMemAllocator {
                 return nullptr;
             wanted = n; // no room for the step: exactly what is asked
         }
+    }
+    // Elements the array has room for, the physical length or more.
+    template <class U = T, std::enable_if_t<xo::vector::kPlain<U>, int> = 0>
+    static std::int64_t room(const T* elements) {
+        return reinterpret_cast<const xo::vector::ArrayHead*>(elements)[-1].room;
     }
     static void deallocate(T* elements) {
         if constexpr (xo::vector::kPlain<T>) {
@@ -328,20 +379,19 @@ XO_VECTOR void XO_VECTOR_T::reserve(int n) {
 XO_VECTOR void XO_VECTOR_T::clear() { setPhysicalLength(0); }
 
 XO_VECTOR void XO_VECTOR_T::append(const T& element) {
-    if (T* slot = xo::vector::freeSlot<T, R>(m_pData)) {
+    if (T* slot = xo::vector::freeSlot<T, A, R>(m_pData)) {
         *slot = element; // nothing moves: the element may well live in this block
         return;
     }
-    T copy(element); // the block may be replaced, and the element with it
-    append() = std::move(copy);
+    xo::vector::appendCopy<T, A, R>(*this, m_pData, element);
 }
 
 XO_VECTOR void XO_VECTOR_T::push_back(const T& element) {
-    if (T* slot = xo::vector::freeSlot<T, R>(m_pData)) {
+    if (T* slot = xo::vector::freeSlot<T, A, R>(m_pData)) {
         *slot = element;
         return;
     }
-    append(element);
+    xo::vector::appendCopy<T, A, R>(*this, m_pData, element);
 }
 
 XO_VECTOR const T& XO_VECTOR_T::operator[](int index) const { return elements()[index]; }
@@ -534,7 +584,9 @@ XO_VECTOR void XO_VECTOR_T::setGrowLength(int growLength) {
 }
 
 XO_VECTOR T& XO_VECTOR_T::append() {
-    if (T* slot = xo::vector::freeSlot<T, R>(m_pData))
+    if (T* slot = xo::vector::freeSlot<T, A, R>(m_pData))
+        return *slot;
+    if (T* slot = xo::vector::stepInRoom<T, A, R>(m_pData))
         return *slot;
     const int logical = size();
     if (logical == std::numeric_limits<int>::max())

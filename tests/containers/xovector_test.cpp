@@ -208,6 +208,28 @@ TEST(XoVector, ResizingInPlaceEndsAsANewBlockWould) {
         ASSERT_EQ(reader[i], i);
     long_run.setPhysicalLength(10);
     EXPECT_EQ(contents(long_run), (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
+
+    // Steps of the grow length into room the array kept from a larger length show zeros,
+    // not what that room held; a block shared with a copy is not stepped in place.
+    XoVector<int> reused;
+    for (int i = 1; i <= 40; ++i)
+        reused.push_back(-i);
+    reused.setPhysicalLength(30);
+    reused.push_back(1);
+    EXPECT_EQ(reused.capacity(), 38);
+    reused.setLogicalLength(38);
+    reused.append() = 2;
+    EXPECT_EQ(reused.capacity(), 46);
+    reused.setLogicalLength(46);
+    const std::vector<int> stepped = contents(reused);
+    EXPECT_EQ(std::vector<int>(stepped.begin() + 29, stepped.end()),
+              (std::vector<int>{-30, 1, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0}));
+    const XoVector<int> before = reused;
+    reused.push_back(3);
+    EXPECT_EQ(before.size(), 46);
+    EXPECT_EQ(before.capacity(), 46);
+    EXPECT_EQ(reused.capacity(), 54);
+    EXPECT_EQ(std::as_const(reused)[46], 3);
 }
 
 TEST(XoVector, GrowLengthBelongsToTheBlock) {
