@@ -10,24 +10,12 @@
 #include "XoAnsiTextIterator.h"
 #include "XoString.h"
 #include "encoding/xoescapes.h"
+#include "fuzzsupport.h"
 
 namespace {
 
-void check(bool condition) {
-    if (!condition)
-        std::abort();
-}
-
-struct Reader {
-    const std::uint8_t* data;
-    std::size_t size;
-    std::uint8_t byte() {
-        if (size == 0)
-            return 0;
-        --size;
-        return *data++;
-    }
-};
+using fuzzsupport::check;
+using fuzzsupport::Reader;
 
 bool isDigit(char c, bool hex) {
     const int value = xo::encoding::hexDigitValue(xo::encoding::charValue(c));

@@ -9,8 +9,11 @@
 #include "platform/charconverter.h"
 #include "platform/codepages/codepagedata.h"
 #include "platform/codepages/codepageengine.h"
+#include "fuzzsupport.h"
 
 namespace {
+
+using fuzzsupport::check;
 
 namespace cp = xo::codepages;
 
@@ -18,11 +21,6 @@ unsigned pickPage(std::uint8_t selector) {
     std::size_t count = 0;
     const cp::PageData* const* pages = cp::allPages(&count);
     return selector % (count + 1) == count ? cp::kUtf8 : pages[selector % (count + 1)]->codePage;
-}
-
-void check(bool condition) {
-    if (!condition)
-        std::abort();
 }
 
 void toWide(unsigned page, unsigned flags, const char* src, int srcLen, int capacity) {

@@ -7,13 +7,11 @@
 
 #include "containers/xombcs.h"
 #include "platform/codepage.h"
+#include "fuzzsupport.h"
 
 namespace {
 
-void check(bool condition) {
-    if (!condition)
-        std::abort();
-}
+using fuzzsupport::check;
 
 const int kPages[] = {1252, 932, 936, 949, 950, 1361, 10002};
 

@@ -9,13 +9,11 @@
 #include <memory>
 
 #include "XoCharMapper.h"
+#include "fuzzsupport.h"
 
 namespace {
 
-void check(bool condition) {
-    if (!condition)
-        std::abort();
-}
+using fuzzsupport::check;
 
 const code_page_id kIds[] = {CODE_PAGE_JAPANESE,  CODE_PAGE_SIMPLIFIED_CHINESE, CODE_PAGE_WIN_WESTERN,
                              CODE_PAGE_UTF8,      CODE_PAGE_KOREAN,             CODE_PAGE_TRADITIONAL_CHINESE,

@@ -9,13 +9,11 @@
 #include <memory>
 
 #include "XoCharMapper.h"
+#include "fuzzsupport.h"
 
 namespace {
 
-void check(bool condition) {
-    if (!condition)
-        std::abort();
-}
+using fuzzsupport::check;
 
 } // namespace
 

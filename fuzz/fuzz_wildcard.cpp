@@ -7,13 +7,11 @@
 #include <vector>
 
 #include "XoWildcard.h"
+#include "fuzzsupport.h"
 
 namespace {
 
-void check(bool condition) {
-    if (!condition)
-        std::abort();
-}
+using fuzzsupport::check;
 
 // Bytes below 0x80 are units of their own (the whole pattern syntax); a higher byte
 // and the next one make a unit up to 0x7FFF, so that low bytes come under high ones.

@@ -8,26 +8,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <vector>
+#include "fuzzsupport.h"
 
 namespace fuzzwide {
 
-inline void check(bool condition) {
-    if (!condition)
-        std::abort();
-}
-
-// Takes bytes from the front of the input.
-struct Reader {
-    const std::uint8_t* data;
-    std::size_t size;
-
-    std::uint8_t byte() {
-        if (size == 0)
-            return 0;
-        --size;
-        return *data++;
-    }
-};
+using fuzzsupport::check;
+using fuzzsupport::Reader;
 
 // The units of the rest of the input, up to its end or the first 0 unit.
 inline std::vector<wchar_t> units(Reader& in) {
