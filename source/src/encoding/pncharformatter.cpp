@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "encoding/xoescapes.h"
 #include "platform/codepage.h"
 
 namespace {
@@ -12,62 +13,37 @@ namespace os = xo::platform;
 // One UTF-16 unit per element on every target.
 std::uint16_t unitOf(wchar_t ch) { return static_cast<std::uint16_t>(ch); }
 
-const char kHexDigits[] = "0123456789ABCDEF";
-
 // "\U+XXXX" without a terminator.
 template <class Char>
 void writeCif(std::uint16_t unit, Char* out) {
-    out[0] = Char('\\');
-    out[1] = Char('U');
-    out[2] = Char('+');
-    for (int i = 0; i < 4; ++i)
-        out[3 + i] = Char(kHexDigits[(unit >> (12 - 4 * i)) & 0xF]);
+    int i = 0;
+    xo::encoding::writeCifEscape(unit, [&](char c) { out[i++] = Char(c); });
 }
 
-int hexValue(wchar_t ch) {
-    if (ch >= L'0' && ch <= L'9')
-        return int(ch - L'0');
-    if (ch >= L'A' && ch <= L'F')
-        return int(ch - L'A') + 10;
-    if (ch >= L'a' && ch <= L'f')
-        return int(ch - L'a') + 10;
-    return -1;
-}
-
-// Four digits from p; every test stops at a terminator before reading past it.
-bool readHex4(const wchar_t* p, unsigned* value) {
-    unsigned v = 0;
-    for (int i = 0; i < 4; ++i) {
-        const int digit = hexValue(p[i]);
-        if (digit < 0)
-            return false;
-        v = (v << 4) | unsigned(digit);
-    }
-    *value = v;
-    return true;
-}
-
+// The escape readers stop at a terminator before reading past it, so a text that ends
+// early is simply no escape.
 bool readCif(const wchar_t* p, wchar_t* unit) {
-    unsigned value = 0;
-    if (p[0] != L'\\' || (p[1] != L'U' && p[1] != L'u') || p[2] != L'+' || !readHex4(p + 3, &value))
+    const int value = xo::encoding::cifEscapeAt(p, p + xo::encoding::kCifLength);
+    if (value < 0)
         return false;
     *unit = wchar_t(value);
     return true;
 }
 
 bool readMif(const wchar_t* p, wchar_t* unit) {
-    unsigned code = 0;
-    if (p[0] != L'\\' || (p[1] != L'M' && p[1] != L'm') || p[2] != L'+' || p[3] < L'1' ||
-        p[3] > L'5' || !readHex4(p + 4, &code))
+    xo::encoding::MifEscape escape{};
+    if (!xo::encoding::mifEscapeAt(p, p + xo::encoding::kMifLength, '1', '5', &escape))
         return false;
-    const unsigned winCp = PnCharFormatter::winCodePageFromMIFIndex(unsigned(p[3] - L'0'));
+    const unsigned code = escape.code;
+    const unsigned winCp = PnCharFormatter::winCodePageFromMIFIndex(unsigned(escape.digit - '0'));
     const char bytes[2] = {char(code >> 8), char(code & 0xFF)};
     // Exactly one unit from both bytes: a refused code, or two single-byte characters,
-    // is no character of the page.
-    wchar_t decoded = 0;
-    if (os::multiByteToWideChar(winCp, os::kMbErrInvalidChars, bytes, 2, &decoded, 1) != 1)
+    // is no character of the page. Room for two, so that the count is the conversion's
+    // answer and not the buffer's.
+    wchar_t decoded[2] = {};
+    if (os::multiByteToWideChar(winCp, os::kMbErrInvalidChars, bytes, 2, decoded, 2) != 1)
         return false;
-    *unit = decoded;
+    *unit = decoded[0];
     return true;
 }
 

@@ -4,6 +4,7 @@
 
 #include "PnCharFormatter.h"
 #include "containers/xoformatter.h"
+#include "encoding/xoescapes.h"
 #include "platform/codepage.h"
 #include "platform/textfile.h"
 
@@ -14,31 +15,6 @@ constexpr unsigned kUtf8 = 2;
 constexpr unsigned kUtf16Little = 3;
 constexpr unsigned kUtf16Big = 4;
 constexpr unsigned kUtf32Big = 6;
-
-int hexValue(unsigned char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
-// The six bytes after a backslash: U or u, a plus sign, four hexadecimal digits.
-bool cifUnit(const unsigned char* rest, wchar_t& unit) {
-    if ((rest[0] != 'U' && rest[0] != 'u') || rest[1] != '+')
-        return false;
-    unsigned value = 0;
-    for (int i = 2; i < 6; ++i) {
-        const int digit = hexValue(rest[i]);
-        if (digit < 0)
-            return false;
-        value = value * 16 + unsigned(digit);
-    }
-    unit = wchar_t(value);
-    return true;
-}
 
 int readByte(std::FILE* stream) { return std::fgetc(stream); }
 
@@ -185,10 +161,13 @@ bool PmFILE::parseAnsiOrCIF(wchar_t& ch) {
         return true;
     }
     if (byte == '\\' && m_useCIF) {
-        unsigned char rest[6];
-        const std::size_t got = std::fread(rest, 1, 6, m_stream);
-        if (got == 6 && cifUnit(rest, ch))
+        unsigned char escape[xo::encoding::kCifLength] = {'\\'};
+        const std::size_t got = std::fread(escape + 1, 1, xo::encoding::kCifLength - 1, m_stream);
+        const int unit = xo::encoding::cifEscapeAt(escape, escape + 1 + got);
+        if (unit >= 0) {
+            ch = wchar_t(unit);
             return true;
+        }
         stepBack(m_stream, long(got));
         ch = L'\\';
         return true;
