@@ -6,6 +6,8 @@
 // XoMemData<char, XoStrHeaderA, XoMemDataAllocator, XoPodReallocator<char>>, and every
 // member of it. Members are defined out of the class on purpose: mingw never exports
 // inline members, and a client that does not inline them would find them missing.
+// append(element, n) is the exception (XOOSBASE_CLIENT_INLINE): inline in clients,
+// which then call the library only when the block must change.
 #pragma once
 
 #include "XoMemory.h"
@@ -474,14 +476,17 @@ XO_MEMDATA void XO_MEMDATA_T::append(const T* elements, std::size_t n) {
         R::copy(m_pData + old, elements, n);
 }
 
-XO_MEMDATA void XO_MEMDATA_T::append(const T& element, std::size_t n) {
+XO_MEMDATA XOOSBASE_CLIENT_INLINE void XO_MEMDATA_T::append(const T& element, std::size_t n) {
     // One element into a block of its own with room to spare, the usual case by far:
     // what copyBeforeWrite does then, without its other cases.
-    H* own = header();
+    H* own = reinterpret_cast<H*>(m_pData) - 1; // not header(): a call in a client
     const std::size_t used = own->m_nCount;
     if (n == 1 && used < own->m_nAllocCount && own->m_nRefs.load(std::memory_order_acquire) <= 1) {
-        own->m_nCount = used + 1; // first: the element written may alias the count
+        // The element before the count: an element that aliases the count is read
+        // before the count changes, and the next append's read of the count does not
+        // wait behind the element store.
         m_pData[used] = element;
+        own->m_nCount = used + 1;
         return;
     }
     xo::memdata::appendFilled<T, H, A, R>(*this, element, n);

@@ -25,3 +25,20 @@
 #else
 #define XOOSBASE_ORDINAL_API __attribute__((visibility("default")))
 #endif
+
+// The short common path of a few exported template members (appending one element):
+// clients compile it into their own code instead of calling the library for each
+// element, while the library keeps the exported out-of-line copy that clients built
+// without inlining call. mingw exports no inline member, hence the two spellings.
+#if defined(XOOSBASE_BUILD)
+#define XOOSBASE_CLIENT_INLINE
+#else
+#define XOOSBASE_CLIENT_INLINE inline
+#endif
+
+// A condition that almost always holds, for the short paths compiled into clients.
+#if defined(__GNUC__)
+#define XOOSBASE_LIKELY(condition) __builtin_expect(!!(condition), 1)
+#else
+#define XOOSBASE_LIKELY(condition) (condition)
+#endif
