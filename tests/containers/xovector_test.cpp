@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <numeric>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
@@ -307,6 +308,47 @@ TEST(XoVector, ElementsWithResourcesAreCopiedMovedAndFreed) {
     v.push_back(std::as_const(v)[0]); // from the block that the append replaces
     EXPECT_EQ(std::as_const(v).back(), "a string long enough for the heap #0");
     EXPECT_EQ(std::as_const(w)[19], "a string long enough for the heap #19");
+}
+
+// An element whose copy throws on demand.
+struct Touchy {
+    static inline bool failing = false;
+    int value = 0;
+    Touchy() = default;
+    explicit Touchy(int v) : value(v) {}
+    Touchy(const Touchy&) = default;
+    Touchy& operator=(const Touchy& other) {
+        if (failing)
+            throw std::runtime_error("refused");
+        value = other.value;
+        return *this;
+    }
+};
+
+// A failed append, in the room or past it, leaves the vector as it was.
+TEST(XoVector, AppendWhoseElementThrowsKeepsTheLength) {
+    XoVector<Touchy> v;
+    v.push_back(Touchy(1));
+    Touchy::failing = true;
+    EXPECT_THROW(v.push_back(Touchy(2)), std::runtime_error);
+    EXPECT_EQ(v.size(), 1);
+    Touchy::failing = false;
+    while (v.size() < v.capacity())
+        v.push_back(Touchy(3));
+    Touchy::failing = true;
+    EXPECT_THROW(v.append(Touchy(4)), std::runtime_error);
+    Touchy::failing = false;
+    EXPECT_EQ(v.size(), 8);
+    EXPECT_EQ(std::as_const(v).back().value, 3);
+}
+
+// An int appended from the vector's own length field is read before the length changes.
+TEST(XoVector, AppendingTheLengthItself) {
+    XoVector<int> v = numbers(3);
+    const XoVector<int>& reader = v;
+    const int* length = &reinterpret_cast<XoVectorData* const&>(reader)->m_nLogicalLength;
+    v.push_back(*length);
+    EXPECT_EQ(contents(v), (std::vector<int>{1, 2, 3, 3}));
 }
 
 TEST(XoVector, IterationAndMoves) {
