@@ -7,6 +7,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include <atomic>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -105,6 +107,48 @@ void BM_VectorAppendGrowLength(benchmark::State& state) {
     state.SetItemsProcessed(std::int64_t(state.iterations()) * n);
 }
 
+// The least a sharing assignment can cost: one atomic increment on the new block's count
+// and one atomic decrement on the old one's, nothing else.
+void BM_TwoCountUpdates(benchmark::State& state) {
+    struct alignas(64) Count {
+        std::atomic<std::int32_t> value{2};
+    };
+    Count counts[2];
+    unsigned turn = 0;
+    for (auto _ : state) {
+        counts[turn & 1].value.fetch_add(1, std::memory_order_relaxed);
+        counts[~turn & 1].value.fetch_sub(1, std::memory_order_acq_rel);
+        ++turn;
+    }
+}
+
+// The least an append can cost while the length lives in the control block that copies
+// share: an acquire read of the count, the lengths read, the element and the length
+// stored. The room is there beforehand, so nothing grows.
+void BM_AppendFloorLengthInBlock(benchmark::State& state) {
+    const int n = int(state.range(0));
+    std::vector<int> room(std::size_t(n), 0);
+    XoVectorData block{{1}, 0, n, 8, room.data()};
+    XoVectorData* held = &block;
+    benchmark::DoNotOptimize(held);
+    for (auto _ : state) {
+        block.m_nLogicalLength = 0;
+        for (int i = 0; i < n; ++i) {
+            XoVectorData* b = held;
+            if (b->m_nRefs.load(std::memory_order_acquire) != 1)
+                std::abort();
+            const int used = b->m_nLogicalLength;
+            if (used >= b->m_nPhysicalLength)
+                std::abort();
+            static_cast<int*>(b->m_pElements)[used] = i;
+            b->m_nLogicalLength = used + 1;
+        }
+        benchmark::DoNotOptimize(room.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(std::int64_t(state.iterations()) * n);
+}
+
 // Construction from a C string: XoStringA first asks whether the text can be read.
 template <class S>
 void BM_StringFromCString(benchmark::State& state) {
@@ -119,6 +163,7 @@ void BM_StringFromCString(benchmark::State& state) {
 
 BENCHMARK(BM_StringCopyAssign<XoStringA>)->Arg(16)->Arg(1024)->Arg(65536);
 BENCHMARK(BM_StringCopyAssign<std::string>)->Arg(16)->Arg(1024)->Arg(65536);
+BENCHMARK(BM_TwoCountUpdates);
 BENCHMARK(BM_StringCopyConstruct<XoStringA, XoStringA>)->Arg(16)->Arg(1024)->Arg(65536);
 BENCHMARK(BM_StringCopyConstruct<XoStr, XoStringA>)->Arg(16)->Arg(1024)->Arg(65536);
 BENCHMARK(BM_StringCopyConstruct<std::string, std::string>)->Arg(16)->Arg(1024)->Arg(65536);
@@ -131,3 +176,4 @@ BENCHMARK(BM_VectorAppend<XoVector<int>>)->Arg(1000)->Arg(10000)->Arg(100000);
 BENCHMARK(BM_VectorAppend<std::vector<wchar_t>>)->Arg(1000)->Arg(10000)->Arg(100000);
 BENCHMARK(BM_VectorAppend<std::vector<int>>)->Arg(1000)->Arg(10000)->Arg(100000);
 BENCHMARK(BM_VectorAppendGrowLength<XoVector<int>>)->Arg(1000)->Arg(10000)->Arg(100000);
+BENCHMARK(BM_AppendFloorLengthInBlock)->Arg(1000)->Arg(10000)->Arg(100000);

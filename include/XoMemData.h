@@ -342,9 +342,14 @@ XO_MEMDATA void XO_MEMDATA_T::assign(const T& element, std::size_t n) {
 
 XO_MEMDATA void XO_MEMDATA_T::release() {
     H* own = header();
-    if (own->m_nRefs.load(std::memory_order_relaxed) == -1)
+    const std::int32_t refs = own->m_nRefs.load(std::memory_order_acquire);
+    if (refs == -1)
         return;
-    if (own->m_nRefs.fetch_sub(1, std::memory_order_acq_rel) == 1 && own != &s_emptyHeader) {
+    // A count of 1 is this value's own reference, and nobody can take another meanwhile
+    // (that would be copying this value while it is written), so the last owner frees
+    // without the locked decrement, which costs as much as a 1 KiB copy.
+    if ((refs == 1 || own->m_nRefs.fetch_sub(1, std::memory_order_acq_rel) == 1) &&
+        own != &s_emptyHeader) {
         own->~H();
         A::deallocate(own);
     }

@@ -134,9 +134,9 @@ void appendCopy(V& vector, const T& element) {
 // a constructed (value-initialised) object. Other types: new[] and delete[]. Plain types
 // (trivial ones: numbers, characters, pointers, simple structs): the C runtime's malloc,
 // realloc and free, with the array's room kept in front of it, and reallocate, which
-// keeps the first elements, zeroes the room it adds and takes room in steps of half the
-// present room at least, so that a vector that grows by its grow length reallocates
-// only now and then. The vector's lengths do not change with it: the room beyond the
+// keeps the first elements, zeroes the room it adds and at least doubles the room when
+// it grows, so that a vector that grows by its grow length reallocates only now and
+// then. The vector's lengths do not change with it: the room beyond the
 // physical length is the allocator's own, and holds zeroes.
 template <class T>
 struct XoDefaultMemAllocator {
@@ -160,8 +160,8 @@ struct XoDefaultMemAllocator {
         const std::int64_t room = head->room;
         if (n <= room && std::int64_t(n) * 2 > room)
             return elements;
-        // Growing takes half as much again; shrinking to half or less gives memory back.
-        std::int64_t wanted = n > room ? std::max<std::int64_t>(n, room + room / 2) : n;
+        // Growing at least doubles the room; shrinking to half or less gives memory back.
+        std::int64_t wanted = n > room ? std::max<std::int64_t>(n, room + room) : n;
         for (;;) {
             void* moved = std::realloc(head, sizeof(xo::vector::ArrayHead) + std::size_t(wanted) * sizeof(T));
             if (moved != nullptr) {
@@ -483,7 +483,11 @@ XO_VECTOR void XO_VECTOR_T::attach(XoVectorData* block) {
 }
 
 XO_VECTOR void XO_VECTOR_T::detach(XoVectorData* block) {
-    if (block == nullptr || R::release(block->m_nRefs) != 0 || block == gpEmptyVectorData)
+    if (block == nullptr)
+        return;
+    // A count of 1 is the caller's own reference, and nobody can take another meanwhile:
+    // the last owner frees without the locked decrement.
+    if ((R::count(block->m_nRefs) != 1 && R::release(block->m_nRefs) != 0) || block == gpEmptyVectorData)
         return;
     A::deallocate(static_cast<T*>(block->m_pElements));
     block->~XoVectorData();
