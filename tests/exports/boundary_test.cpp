@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstring>
 #include <map>
 #include <memory>
 #include <string>
@@ -326,3 +327,65 @@ TEST(Boundary, TextIteratorFromTheClient) {
 }
 
 } // namespace
+
+// A client's own stream supplies only the primitives; the bulk operations it inherits
+// run in the library and call back into the client through the virtual table.
+class ClientStream final : public XoStreamBuf {
+public:
+    std::size_t tell() const override { return position; }
+    std::size_t length() const override { return bytes.size(); }
+    std::size_t seek(std::size_t offset, XoIO::SeekType) override {
+        if (offset <= bytes.size())
+            position = offset;
+        return position;
+    }
+    unsigned char readByte() override { return bytes.at(position++); }
+    void writeByte(unsigned char byte) override { writeBytes(&byte, 1); }
+    using XoStreamBuf::readBytes;
+    using XoStreamBuf::writeBytes;
+    void readBytes(unsigned char* dest, unsigned int count) override {
+        std::memcpy(dest, bytes.data() + position, count);
+        position += count;
+    }
+    void writeBytes(const unsigned char* src, unsigned int count) override {
+        if (position + count > bytes.size())
+            bytes.resize(position + count);
+        std::memcpy(&bytes[position], src, count);
+        position += count;
+    }
+    void resize(std::size_t size) override { bytes.resize(size); }
+
+    std::string bytes;
+    std::size_t position = 0;
+};
+
+TEST(Boundary, ClientStreamsUseTheLibrarysBulkOperations) {
+    ClientStream client;
+    client.bytes = std::string(5000, 'x') + "tail";
+    XoFlatMemBuf flat(0);
+    flat.writeBytes(&client, 5004); // from the client's start, in one heap chunk
+    EXPECT_EQ(flat.length(), 5004u);
+    EXPECT_EQ(flat.getByteByPos(XoStreamBufPos(&flat)), 'x');
+
+    ClientStream copy;
+    client.seek(5000, XoIO::kSeekBegin);
+    copy.copyFrom(&client, 0, 0); // the rest of the client
+    EXPECT_EQ(copy.bytes, "tail");
+    EXPECT_EQ(client.tell(), 5000u);
+    EXPECT_EQ(copy.getStreamPosition(nullptr), SIZE_MAX);
+
+    unsigned char block[4] = {};
+    XoMemStreamWrapperBuf wrapper(block, 4);
+    client.seek(5000, XoIO::kSeekBegin);
+    wrapper.copyFrom(&client, 5000, 5004);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(block), 4), "tail");
+    try {
+        wrapper.writeByte(0);
+        wrapper.seek(0, XoIO::kSeekFromEnd);
+        wrapper.writeByte(0);
+        FAIL() << "the wrapper grew past its block";
+    } catch (XoException* exception) {
+        EXPECT_STREQ(exception->description(), L"_resize failed!");
+        delete exception;
+    }
+}
