@@ -23,6 +23,7 @@
 #include "XoMemManager.h"
 #include "XoMemory.h"
 #include "XoOsBaseExport.h"
+#include "XoPathMaker.h"
 #include "XoString.h"
 #include "XoTracer.h"
 #include "XoVector.h"
