@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "platform/codepage.h"
 #include "platform/pathsplit/pathsplitter.h"
@@ -51,29 +50,27 @@ bool absoluteForm(const wchar_t* path, std::wstring& out) {
     return true;
 }
 
-// The names of an absolute path with `.`, `..` and empty names folded away.
-std::vector<std::wstring_view> foldedNames(std::wstring_view path) {
-    std::vector<std::wstring_view> names;
+// Drops the last name of a folded path (empty or starting with `/`); at the root, nothing.
+void dropLastName(std::wstring& folded) {
+    folded.erase(std::min(folded.rfind(L'/'), folded.size()));
+}
+
+// An absolute path with `.`, `..` and empty names folded away by name. Only standard
+// string members that the runtime library already provides are used here: an implicit
+// instantiation would be exported from the shared library.
+std::wstring folded(std::wstring_view path) {
+    std::wstring out;
     std::size_t start = 0;
-    while (start <= path.size()) {
+    while (start < path.size()) {
         const std::size_t end = std::min(path.find(L'/', start), path.size());
         const std::wstring_view name = path.substr(start, end - start);
         if (name == L"..") {
-            if (!names.empty())
-                names.pop_back();
+            dropLastName(out);
         } else if (!name.empty() && name != L".") {
-            names.push_back(name);
+            out += L'/';
+            out.append(name.data(), name.size());
         }
         start = end + 1;
-    }
-    return names;
-}
-
-std::wstring folded(std::wstring_view path) {
-    std::wstring out;
-    for (const std::wstring_view name : foldedNames(path)) {
-        out += L'/';
-        out += name;
     }
     if (out.empty() || path.back() == L'/')
         out += L'/';
