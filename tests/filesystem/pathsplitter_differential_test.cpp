@@ -1,9 +1,9 @@
 // The library's path splitter (what Linux uses) beside msvcrt's _wsplitpath_s and
 // _wsplitpath under Wine, on the same generated paths: drives, both separators, dots in
 // folders and names, network forms, components at and just beyond the room given to
-// them, empty and very long paths. Wine's msvcrt stands in for Windows here; Windows'
-// own runtime also calls the invalid-parameter handler where Wine only returns 22 or
-// 34, which the library's splitter does not do either.
+// them, empty and very long paths. Wine's msvcrt stands in for Windows here. Windows'
+// own runtime is documented to call the invalid-parameter handler before it returns 22
+// or 34; Wine's only returns, and so does the library's splitter.
 #if defined(_WIN32)
 
 #include <gtest/gtest.h>
