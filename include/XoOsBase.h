@@ -26,6 +26,7 @@
 #include "XoMemStreamWrapperBuf.h"
 #include "XoMemory.h"
 #include "XoOsBaseExport.h"
+#include "XoPathMaker.h"
 #include "XoStreamBuf.h"
 #include "XoString.h"
 #include "XoTracer.h"
