@@ -15,10 +15,11 @@
 
 class XoStreamBuf;
 
-// Callers store and pass these as numbers, so the values are fixed.
+// Callers store and pass these as numbers, so the values are fixed, and every int is a
+// valid value (an unknown one is handled as each operation says).
 namespace XoIO {
 
-enum SeekType {
+enum SeekType : int {
     kSeekBegin = 0,    // new position = offset
     kSeekForward = 1,  // current + offset
     kSeekBackward = 2, // current - offset
@@ -32,7 +33,7 @@ enum AccessMode : unsigned int {
 };
 
 // The C runtime's share-deny values; anything else counts as kShareDenyNone.
-enum ShareMode {
+enum ShareMode : int {
     kShareDenyReadWrite = 0x10,
     kShareDenyWrite = 0x20,
     kShareDenyRead = 0x30,
@@ -40,7 +41,7 @@ enum ShareMode {
 };
 
 // CreateFileW's dispositions; a value outside 1..5 makes an open fail.
-enum CreationDisposition {
+enum CreationDisposition : int {
     kCreateNew = 1,
     kCreateAlways = 2,
     kOpenExisting = 3,
