@@ -5,6 +5,7 @@
 // barrier (membarrier), so the unlocker needs no fence. Where membarrier is missing,
 // unlock fences instead.
 #include "XoLock.h"
+#include "platform/check.h"
 #include "platform/lock.h"
 #include "platform/posix/threadid.h"
 
@@ -88,8 +89,11 @@ public:
         m_depth = 1;
     }
 
-    // Only the owner unlocks, as with a critical section.
+    // Only the owner unlocks, as with a critical section; anyone else would take the
+    // owner's depth down, or wrap a free lock's depth round, and free it under its owner.
     void unlockDirect() {
+        XO_DEBUG_CHECK(m_owner.load(std::memory_order_relaxed) == xo::platform::cachedThreadId(),
+                       "a lock is unlocked by a thread that does not own it");
         if (--m_depth != 0)
             return;
         releaseOwner(m_owner);
