@@ -97,7 +97,9 @@ public:
     static wchar_t* cat(wchar_t* dst, const wchar_t* src);
 
     // printf formats with the Windows runtime's meaning. Lengths exclude the terminator;
-    // -1 when the text cannot be made (its length does not fit an int).
+    // -1 when the text cannot be made (its length does not fit an int). formattedLength
+    // also gives -1 for a format the runtime rejects (a bad conversion, %n, a wide string
+    // that narrow text cannot hold), where format copies the unknown letter as it stands.
     static int formattedLength(const char* format, va_list args);
     static int formattedLength(const wchar_t* format, va_list args);
     static int format(char* buffer, const char* format, ...);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <climits>
 #include <cstdarg>
 #include <cstdint>
@@ -9,6 +10,8 @@
 #include <limits>
 #include <string>
 #include <vector>
+
+#include "XoCharOp.h"
 
 #ifdef _WIN32
 #include <windows.h>
@@ -38,18 +41,63 @@ public:
 
     bool loaded() const { return narrow_ != nullptr && wide_ != nullptr; }
 
+    // The secure forms, which report a format they reject to the invalid-parameter
+    // handler (this thread's, counted here) and return -1.
+    struct Checked {
+        int length;
+        int handlerCalls;
+        int error;
+    };
+
+    template <typename Ch> Checked checkedFormat(const Ch* format, va_list args) const {
+        gHandlerCalls = 0;
+        *errno_() = 0;
+        const Handler previous = setHandler_(countCall);
+        Ch buffer[512];
+        int length = 0;
+        if constexpr (sizeof(Ch) == 1) {
+            length = secureNarrow_(kLegacyWideSpecifiers, buffer, std::size(buffer), format,
+                                   nullptr, args);
+        } else {
+            length = secureWide_(kLegacyWideSpecifiers, buffer, std::size(buffer), format, nullptr,
+                                 args);
+        }
+        setHandler_(previous);
+        return {length, gHandlerCalls, *errno_()};
+    }
+
+    bool checkedLoaded() const {
+        return secureNarrow_ != nullptr && secureWide_ != nullptr && setHandler_ != nullptr &&
+               errno_ != nullptr;
+    }
+
 private:
     static constexpr unsigned long long kLegacyWideSpecifiers = 4;
     using Narrow = int(__cdecl*)(unsigned long long, char*, std::size_t, const char*, _locale_t,
                                  va_list);
     using Wide = int(__cdecl*)(unsigned long long, wchar_t*, std::size_t, const wchar_t*, _locale_t,
                                va_list);
+    using Handler = void(__cdecl*)(const wchar_t*, const wchar_t*, const wchar_t*, unsigned int,
+                                   std::uintptr_t);
+    using SetHandler = Handler(__cdecl*)(Handler);
+    using ErrnoLocation = int*(__cdecl*)();
+
+    static inline int gHandlerCalls = 0;
+    static void __cdecl countCall(const wchar_t*, const wchar_t*, const wchar_t*, unsigned int,
+                                  std::uintptr_t) {
+        ++gHandlerCalls;
+    }
 
     Runtime() {
         const HMODULE ucrt = LoadLibraryW(L"ucrtbase.dll");
         if (ucrt != nullptr) {
             narrow_ = reinterpret_cast<Narrow>(entry(ucrt, "__stdio_common_vsprintf"));
             wide_ = reinterpret_cast<Wide>(entry(ucrt, "__stdio_common_vswprintf"));
+            secureNarrow_ = reinterpret_cast<Narrow>(entry(ucrt, "__stdio_common_vsprintf_s"));
+            secureWide_ = reinterpret_cast<Wide>(entry(ucrt, "__stdio_common_vswprintf_s"));
+            setHandler_ = reinterpret_cast<SetHandler>(
+                entry(ucrt, "_set_thread_local_invalid_parameter_handler"));
+            errno_ = reinterpret_cast<ErrnoLocation>(entry(ucrt, "_errno"));
         }
     }
 
@@ -60,6 +108,10 @@ private:
 
     Narrow narrow_ = nullptr;
     Wide wide_ = nullptr;
+    Narrow secureNarrow_ = nullptr;
+    Wide secureWide_ = nullptr;
+    SetHandler setHandler_ = nullptr;
+    ErrnoLocation errno_ = nullptr;
 };
 #endif
 
@@ -338,4 +390,151 @@ TEST(XoFormatterTest, CapacityAndOverflow) {
     char text[8];
     EXPECT_EQ(XoFormatter::format(text, sizeof text, "%.*e", 1000000, 1.0), 1000006);
     EXPECT_STREQ(text, "1.00000");
+}
+
+namespace {
+
+// How the runtime turns a format down, which its secure forms make visible.
+enum class Verdict { Accepted, Rejected, Unconvertible };
+
+int measure(const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    const int length = XoCharOp::formattedLength(format, args);
+    va_end(args);
+    return length;
+}
+
+int measure(const wchar_t* format, ...) {
+    va_list args;
+    va_start(args, format);
+    const int length = XoCharOp::formattedLength(format, args);
+    va_end(args);
+    return length;
+}
+
+// EXPECTED is the length, or -1 for a format the runtime turns down as VERDICT says.
+template <typename Ch>
+void expectMeasuredV(int expected, Verdict verdict, const Ch* format, va_list args) {
+    va_list copy;
+    va_copy(copy, args);
+    EXPECT_EQ(XoCharOp::formattedLength(format, copy), expected);
+    va_end(copy);
+#ifdef _WIN32
+    ASSERT_TRUE(Runtime::instance().checkedLoaded());
+    va_copy(copy, args);
+    const Runtime::Checked theirs = Runtime::instance().checkedFormat(format, copy);
+    va_end(copy);
+    EXPECT_EQ(theirs.length, expected) << "the Windows runtime disagrees on the length";
+    EXPECT_EQ(theirs.handlerCalls, verdict == Verdict::Rejected ? 1 : 0)
+        << "the Windows runtime disagrees on the report";
+    EXPECT_EQ(theirs.error, verdict == Verdict::Rejected        ? EINVAL
+                            : verdict == Verdict::Unconvertible ? EILSEQ
+                                                                : 0);
+#else
+    static_cast<void>(verdict);
+#endif
+}
+
+template <typename Ch> void expectMeasured(int expected, Verdict verdict, const Ch* format, ...) {
+    SCOPED_TRACE(testing::Message() << "format: " << format);
+    va_list args;
+    va_start(args, format);
+    expectMeasuredV(expected, verdict, format, args);
+    va_end(args);
+}
+
+std::wstring widened(const char* text) {
+    std::wstring wide;
+    for (; *text != '\0'; ++text) {
+        wide += static_cast<wchar_t>(static_cast<unsigned char>(*text));
+    }
+    return wide;
+}
+
+} // namespace
+
+TEST(XoFormatterTest, MeasuringRejectsWhatTheRuntimeRejects) {
+    // Every row reads at most four integers, which zeros of long long supply on both
+    // targets; a pointer read from one is null.
+    const struct {
+        const char* format;
+        int length;
+    } rows[] = {
+        {"%y", -1},
+        {"%5y", -1},
+        {"%-5y", -1},
+        {"%ly", -1},
+        {"%hhy", -1},
+        {"%wy", -1},
+        {"%I64y", -1},
+        {"%Z", -1},
+        {"%N", -1},
+        {"%D", -1},
+        {"%1$d", -1},
+        {"%d%y", -1},
+        {"\xE9%\xE9", -1},
+        {"%5%", -1},
+        {"%-%", -1},
+        {"%.%", -1},
+        {"%l%", -1},
+        {"%*%", -1},
+        {"ab%", -1},
+        {"%5", -1},
+        {"%l", -1},
+        {"%.", -1},
+        {"%I", -1},
+        {"%I32", -1},
+        {"%I3d", -1},
+        {"%n", -1},
+        {"%5n", -1},
+        {"%hn", -1},
+        {"%zs", -1},
+        {"%ts", -1},
+        {"%Ic", -1},
+        {"%zf", -1},
+        {"%Ip", -1},
+        {"%zn", -1},
+        // Their neighbours that the runtime takes.
+        {"%%|%d", 3},
+        {"%I64d%zu%Ix%td", 4},
+        {"%-5d|%05X", 11},
+        {"%I32d%lld%hhd%jd", 4},
+        {"%c%lc%hC%wc", 4},
+        {"%p|%Lp", 33},
+        {"%ls|%I64s", 13},
+        {"%js|%S|%hs", 20},
+    };
+    for (const auto& row : rows) {
+        const Verdict verdict = row.length < 0 ? Verdict::Rejected : Verdict::Accepted;
+        expectMeasured(row.length, verdict, row.format, 0LL, 0LL, 0LL, 0LL);
+        expectMeasured(row.length, verdict, widened(row.format).c_str(), 0LL, 0LL, 0LL, 0LL);
+    }
+}
+
+TEST(XoFormatterTest, MeasuringRejectsWideTextThatNarrowTextCannotHold) {
+    const struct {
+        const char* format;
+        const wchar_t* text;
+        int length;
+    } rows[] = {
+        {"%ls", L"a\x0100z", -1},   {"%S", L"\x4E2D", -1},     {"%ws|", L"\xD800", -1},
+        {"%5.2ls", L"x\x0100", -1}, {"%.1ls", L"x\x0100", 1},  {"%.0S", L"\x0100", 0},
+        {"%ls", L"a\x00FF", 2},     {"%5.1ws", L"x\x0100", 5},
+    };
+    for (const auto& row : rows) {
+        expectMeasured(row.length, row.length < 0 ? Verdict::Unconvertible : Verdict::Accepted,
+                       row.format, row.text);
+    }
+    // Wide text takes every narrow byte.
+    expectMeasured(3, Verdict::Accepted, L"%S", "a\xE9\xFF");
+    // The runtime drops a wide character it cannot convert without a word, which would
+    // undercount what format writes in its place ('?').
+    EXPECT_EQ(measure("a%lcb|%C", 0x100, 0x20AC), 5);
+    char text[8];
+    EXPECT_EQ(XoCharOp::format(text, "a%lcb|%C", 0x100, 0x20AC), 5);
+    // A format that fails measuring still formats, copying the unknown letter.
+    EXPECT_EQ(measure("%y"), -1);
+    EXPECT_EQ(XoCharOp::format(text, "%y"), 1);
+    EXPECT_EQ(measure(L"%5y"), -1);
 }

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "containers/xolasttext.h"
 #include "platform/codepage.h"
 #include "platform/virtualmemory.h"
 #include "xotestcodepage.h"
@@ -544,6 +545,36 @@ TEST(XoStringT, OutOfMemoryLeavesTheTextAsItWas) {
     alone.setNumOfChars(INT_MAX);
     EXPECT_EQ(bytes(alone), "abc");
     EXPECT_EQ(bytes(sharer), "abc");
+}
+
+// Gives the first `allowed` blocks asked for, then none; counts the blocks not given back.
+struct RationedAllocator {
+    static inline int allowed = 0;
+    static inline int live = 0;
+    static void* allocate(std::size_t bytes) {
+        if (allowed == 0)
+            return nullptr;
+        --allowed;
+        ++live;
+        return ::operator new(bytes);
+    }
+    static void deallocate(void* block) {
+        --live;
+        ::operator delete(block);
+    }
+};
+
+// The index counts characters, so under code page 932 it is not the byte offset.
+TEST_F(CodePage932, ReverseFindWithoutMemoryFindsNothingAndKeepsNoCopy) {
+    for (int allowed = 0; allowed <= 2; ++allowed) {
+        SCOPED_TRACE(allowed);
+        RationedAllocator::allowed = allowed;
+        EXPECT_EQ(xo::lastTextIndex<RationedAllocator>("a\x82\xA0"
+                                                       "ba\x82\xA0",
+                                                       "\x82\xA0"),
+                  allowed == 2 ? 4 : -1);
+        EXPECT_EQ(RationedAllocator::live, 0);
+    }
 }
 
 } // namespace

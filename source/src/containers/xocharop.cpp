@@ -264,11 +264,11 @@ wchar_t* XoCharOp::cat(wchar_t* dst, const wchar_t* src) {
 }
 
 int XoCharOp::formattedLength(const char* format, va_list args) {
-    return xo::XoFormatter::formatV(static_cast<char*>(nullptr), 0, format, args);
+    return xo::XoFormatter::checkedLengthV(format, args);
 }
 
 int XoCharOp::formattedLength(const wchar_t* format, va_list args) {
-    return xo::XoFormatter::formatV(static_cast<wchar_t*>(nullptr), 0, format, args);
+    return xo::XoFormatter::checkedLengthV(format, args);
 }
 
 int XoCharOp::format(char* buffer, const char* fmt, ...) {

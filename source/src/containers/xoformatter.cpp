@@ -433,10 +433,13 @@ const char* nonFiniteWord(double value, bool upper) {
 
 template <typename Ch> class Engine {
 public:
-    Engine(Sink<Ch>& sink, ArgList& args) : sink_(sink), args_(args) {}
+    // A checking engine stops at the first directive the runtime rejects, since the
+    // arguments after it can no longer be matched to their directives.
+    Engine(Sink<Ch>& sink, ArgList& args, bool checking)
+        : sink_(sink), args_(args), checking_(checking) {}
 
     void run(const Ch* format) {
-        while (*format != Ch()) {
+        while (*format != Ch() && !rejected_) {
             if (*format == Ch('%')) {
                 format = handleDirective(format + 1);
             } else {
@@ -449,18 +452,64 @@ private:
     static bool isDigit(Ch c) { return c >= Ch('0') && c <= Ch('9'); }
 
     // A directive cut short by the end of the format prints nothing.
-    const Ch* handleDirective(const Ch* p) {
+    const Ch* handleDirective(const Ch* start) {
         Directive directive;
-        p = parseFlags(p, directive);
+        const Ch* p = parseFlags(start, directive);
         p = parseWidth(p, directive);
         p = parsePrecision(p, directive);
         p = parseLength(p, directive);
         if (*p == Ch()) {
+            if (checking_) {
+                reject();
+            }
             return p;
         }
         directive.conversion = unitOf(*p);
-        convert(directive);
+        if (checking_ && !runtimeAccepts(directive, p == start)) {
+            reject();
+        } else {
+            convert(directive);
+        }
         return p + 1;
+    }
+
+    void reject() {
+        rejected_ = true;
+        sink_.fail();
+    }
+
+    // What ucrtbase's secure printf reports to the invalid-parameter handler: '%' with
+    // anything between it and its opening '%', %n in any form, a letter that is no
+    // conversion (a positional "%1$d" included), and the pointer-sized I, z and t on
+    // anything but an integer.
+    static bool runtimeAccepts(const Directive& directive, bool bare) {
+        switch (directive.conversion) {
+        case '%':
+            return bare;
+        case 'd':
+        case 'i':
+        case 'u':
+        case 'o':
+        case 'x':
+        case 'X':
+            return true;
+        case 'c':
+        case 'C':
+        case 's':
+        case 'S':
+        case 'p':
+        case 'e':
+        case 'E':
+        case 'f':
+        case 'F':
+        case 'g':
+        case 'G':
+        case 'a':
+        case 'A':
+            return directive.length != Length::Size;
+        default:
+            return false;
+        }
     }
 
     static const Ch* parseFlags(const Ch* p, Directive& directive) {
@@ -725,6 +774,14 @@ private:
         while (count < limit && text[count] != Src()) {
             ++count;
         }
+        if constexpr (sizeof(Src) > sizeof(Ch)) {
+            // The runtime fails the whole call on a unit its "C" locale cannot convert.
+            if (checking_ &&
+                std::any_of(text, text + count, [](Src unit) { return unitOf(unit) > 0xFF; })) {
+                reject();
+                return;
+            }
+        }
         emitPadded(directive, count, [&] {
             for (std::size_t i = 0; i < count; ++i) {
                 sink_.put(fromUnit<Ch>(unitOf(text[i])));
@@ -765,15 +822,18 @@ private:
 
     Sink<Ch>& sink_;
     ArgList& args_;
+    bool checking_;
+    bool rejected_ = false;
 };
 
 template <typename Ch>
-int formatAll(Ch* buffer, std::size_t capacity, const Ch* format, va_list args) {
+int formatAll(Ch* buffer, std::size_t capacity, const Ch* format, va_list args,
+              bool checking = false) {
     Sink<Ch> sink(buffer, capacity);
     if (format != nullptr) {
         ArgList list;
         va_copy(list.list, args);
-        Engine<Ch>(sink, list).run(format);
+        Engine<Ch>(sink, list, checking).run(format);
         va_end(list.list);
     }
     return sink.finish();
@@ -788,6 +848,14 @@ int XoFormatter::formatV(wchar_t* buffer, std::size_t capacity, const wchar_t* f
 
 int XoFormatter::formatV(char* buffer, std::size_t capacity, const char* format, va_list args) {
     return formatAll(buffer, capacity, format, args);
+}
+
+int XoFormatter::checkedLengthV(const wchar_t* format, va_list args) {
+    return formatAll(static_cast<wchar_t*>(nullptr), 0, format, args, true);
+}
+
+int XoFormatter::checkedLengthV(const char* format, va_list args) {
+    return formatAll(static_cast<char*>(nullptr), 0, format, args, true);
 }
 
 int XoFormatter::format(wchar_t* buffer, std::size_t capacity, const wchar_t* format, ...) {

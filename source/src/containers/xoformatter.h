@@ -35,6 +35,14 @@ public:
     // Returns -1 when the length does not fit in an int. A null format is the empty text.
     static int formatV(wchar_t* buffer, std::size_t capacity, const wchar_t* format, va_list args);
     static int formatV(char* buffer, std::size_t capacity, const char* format, va_list args);
+    // The length formatV would return, or -1 where the Windows runtime rejects the format
+    // outright: an unknown conversion (with whatever flags, width or length, and a
+    // positional "%1$d"), '%' with anything between the two, %n, a directive cut short by
+    // the end, I, z or t on anything but an integer, and in narrow text a wide string
+    // whose printed part holds a unit above 0xFF. A wide character above 0xFF still counts
+    // as its '?': the runtime drops it silently, and formatV writes it.
+    static int checkedLengthV(const wchar_t* format, va_list args);
+    static int checkedLengthV(const char* format, va_list args);
     static int format(wchar_t* buffer, std::size_t capacity, const wchar_t* format, ...);
     static int format(char* buffer, std::size_t capacity, const char* format, ...);
 };

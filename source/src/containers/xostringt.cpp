@@ -9,6 +9,7 @@
 
 #include "containers/xombcs.h"
 #include "containers/xoformatter.h"
+#include "containers/xolasttext.h"
 #include "platform/memoryprobe.h"
 
 namespace {
@@ -302,19 +303,12 @@ XO_STRING int XO_STRING_T::findRev(T ch) const {
     return lastCharacter(u(constStr()), [wanted](unsigned char b) { return b == wanted; });
 }
 
+// Out of memory it finds nothing: reversing a copy that could not be had would write
+// past the shared empty header.
 XO_STRING int XO_STRING_T::findRev(const T* text) const {
     if (isEmpty() || text == nullptr)
         return -1;
-    Buffer haystack(constStr(), std::strlen(constStr()) + 1);
-    Buffer needle(text, std::strlen(text) + 1);
-    unsigned char* reversedHaystack = xo::mbcs::rev(reinterpret_cast<unsigned char*>(charsOf(haystack)));
-    unsigned char* reversedNeedle = xo::mbcs::rev(reinterpret_cast<unsigned char*>(charsOf(needle)));
-    const Bytes found = xo::mbcs::str(reversedHaystack, reversedNeedle);
-    if (found == nullptr)
-        return -1;
-    const std::size_t total = xo::mbcs::len(reversedHaystack);
-    const std::size_t fromEnd = total - xo::mbcs::len(found);
-    return int(total - fromEnd - xo::mbcs::len(reversedNeedle));
+    return xo::lastTextIndex<XoMemDataAllocator>(constStr(), text);
 }
 
 XO_STRING int XO_STRING_T::findOneOf(const T* set) const {

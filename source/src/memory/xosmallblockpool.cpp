@@ -1,5 +1,7 @@
 #include "memory/xosmallblockpool.h"
 
+#include "platform/check.h"
+
 namespace xo {
 
 namespace {
@@ -63,7 +65,10 @@ XoUnit* XoSmallBlockPool::newUnit(std::uint16_t sizeClass) {
             m_withFreePages.remove(header);
         return page;
     }
-    return nullptr; // unreachable while the count is right
+    // A segment on the list has a free page by its count, so this is reached only when
+    // the count is wrong, and the records can no longer be trusted to hand out pages.
+    XO_CHECK(false, "a pool segment counts free pages it does not have");
+    return nullptr;
 }
 
 XoUnit* XoSmallBlockPool::returnPage(XoUnit* unit) {

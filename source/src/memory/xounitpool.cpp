@@ -1,6 +1,7 @@
 #include "memory/xounitpool.h"
 
 #include "memory/xoasanpoison.h"
+#include "platform/check.h"
 
 namespace xo {
 
@@ -34,6 +35,9 @@ void XoUnitClass::init(std::uint16_t number, std::size_t blockSize, std::size_t 
     m_number = number;
     m_blockSize = blockSize;
     m_blocksPerUnit = static_cast<std::uint32_t>(unitSize / blockSize);
+    // A unit counts its free blocks in 16 bits (XoUnit::available).
+    XO_CHECK(unitSize / blockSize >= 1 && unitSize / blockSize <= 0xFFFF,
+             "a unit must hold 1 to 65535 blocks of its class");
 }
 
 std::size_t XoUnitClass::blocksInUse() const {

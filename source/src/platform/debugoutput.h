@@ -10,4 +10,8 @@ void debugOutputA(const char* text);
 
 bool debuggerAttached();
 
+// Ends the process at once, as the runtime's abort does, for a check that found state it
+// can no longer trust: no exit handlers, no destructors.
+[[noreturn]] void abortProcess();
+
 } // namespace xo::platform

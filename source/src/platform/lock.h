@@ -13,4 +13,10 @@ XoLock* newRecursiveLock();
 void lockRecursive(XoLock* lock);
 void unlockRecursive(XoLock* lock);
 
+#if !defined(_WIN32)
+// For tests only: a lock that unlocks with a fence, as every lock does where the
+// process-wide barrier is missing, so that both ways are exercised on any kernel.
+XoLock* newFencedRecursiveLockForTests();
+#endif
+
 } // namespace xo::platform

@@ -1,6 +1,7 @@
 #include "platform/debugoutput.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -92,5 +93,7 @@ void debugOutputW(const wchar_t* text) {
     const std::string utf8 = utf16ToUtf8(text);
     writeAll(utf8.data(), utf8.size());
 }
+
+void abortProcess() { std::abort(); }
 
 } // namespace xo::platform

@@ -4,11 +4,17 @@
 // waiter count may pass its own store; the waiter closes that gap with a process-wide
 // barrier (membarrier), so the unlocker needs no fence. Where membarrier is missing,
 // unlock fences instead.
+//
+// Which of the two a lock does is fixed when it is made, and its waiters and unlockers
+// read it from the lock: a waiter that skipped the barrier and an unlocker that skipped
+// the fence would lose a wake-up, so they must never see different answers.
 #include "XoLock.h"
+#include "platform/check.h"
 #include "platform/lock.h"
 #include "platform/posix/threadid.h"
 
 #include <atomic>
+#include <cerrno>
 #include <cstdint>
 
 #include <linux/futex.h>
@@ -18,42 +24,52 @@
 
 namespace {
 
-std::atomic<bool> g_unlockFences{true};
+// The lock sits under every allocation, whose callers must not find errno changed by a
+// system call they never made (a futex wait that finds the word changed fails EAGAIN).
+class ErrnoKept {
+public:
+    ErrnoKept() : m_saved(errno) {}
+    ~ErrnoKept() { errno = m_saved; }
+    ErrnoKept(const ErrnoKept&) = delete;
+    ErrnoKept& operator=(const ErrnoKept&) = delete;
+
+private:
+    int m_saved;
+};
 
 bool registerAsymmetricBarrier() {
-    if (::syscall(SYS_membarrier, MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED, 0, 0) != 0)
-        return false;
-    g_unlockFences.store(false);
-    return true;
+    const ErrnoKept kept;
+    return ::syscall(SYS_membarrier, MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED, 0, 0) == 0;
 }
 
-// At load; until then every unlock fences, which is correct, only slower.
-[[maybe_unused]] const bool g_asymmetricBarrier = registerAsymmetricBarrier();
+// Asked by every lock as it is made, so the answer is final before the first lock exists.
+bool asymmetricBarrierRegistered() {
+    static const bool registered = registerAsymmetricBarrier();
+    return registered;
+}
 
 // Called after the waiter's increment (itself a full barrier): makes the unlocker's
 // store visible here, or the increment visible to the unlocker's load, on every running
 // thread of the process.
 void waiterBarrier() {
-    if (!g_unlockFences.load(std::memory_order_relaxed))
-        ::syscall(SYS_membarrier, MEMBARRIER_CMD_PRIVATE_EXPEDITED, 0, 0);
+    const ErrnoKept kept;
+    ::syscall(SYS_membarrier, MEMBARRIER_CMD_PRIVATE_EXPEDITED, 0, 0);
 }
 
-// Frees the owner word; without membarrier the store itself must be a full barrier.
-void releaseOwner(std::atomic<std::uint32_t>& owner) {
-    if (g_unlockFences.load(std::memory_order_relaxed)) {
-        owner.exchange(0);
-    } else {
-        owner.store(0, std::memory_order_release);
-        std::atomic_signal_fence(std::memory_order_seq_cst);
-    }
-}
+// The kernel reads and compares the atomic's own 32 bits as the futex word.
+static_assert(sizeof(std::atomic<std::uint32_t>) == sizeof(std::uint32_t) &&
+                  alignof(std::atomic<std::uint32_t>) == alignof(std::uint32_t) &&
+                  std::atomic<std::uint32_t>::is_always_lock_free,
+              "a futex word must be a plain 32-bit integer");
 
 void futexWait(std::atomic<std::uint32_t>* word, std::uint32_t expected) {
+    const ErrnoKept kept;
     ::syscall(SYS_futex, reinterpret_cast<std::uint32_t*>(word), FUTEX_WAIT_PRIVATE, expected,
               nullptr, nullptr, 0);
 }
 
 void futexWakeOne(std::atomic<std::uint32_t>* word) {
+    const ErrnoKept kept;
     ::syscall(SYS_futex, reinterpret_cast<std::uint32_t*>(word), FUTEX_WAKE_PRIVATE, 1, nullptr,
               nullptr, 0);
 }
@@ -69,6 +85,9 @@ constexpr int kSpins = 100;
 // A cache line of its own: locks made one after another must not slow each other.
 class alignas(64) XoImpLock_posix final : public XoLock {
 public:
+    // fences: unlock fences, and waiters need no barrier; else the reverse.
+    explicit XoImpLock_posix(bool fences) : m_fences(fences) {}
+
     void lock() override { lockDirect(); }
     void unlock() override { unlockDirect(); }
 
@@ -88,16 +107,30 @@ public:
         m_depth = 1;
     }
 
-    // Only the owner unlocks, as with a critical section.
+    // Only the owner unlocks, as with a critical section; anyone else would take the
+    // owner's depth down, or wrap a free lock's depth round, and free it under its owner.
     void unlockDirect() {
+        XO_DEBUG_CHECK(m_owner.load(std::memory_order_relaxed) == xo::platform::cachedThreadId(),
+                       "a lock is unlocked by a thread that does not own it");
         if (--m_depth != 0)
             return;
-        releaseOwner(m_owner);
+        releaseOwner();
         if (m_waiters.load(std::memory_order_relaxed) != 0)
             futexWakeOne(&m_owner);
     }
 
 private:
+    // Frees the owner word; without the waiters' barrier the store itself must be a full
+    // barrier.
+    void releaseOwner() {
+        if (m_fences) {
+            m_owner.exchange(0);
+        } else {
+            m_owner.store(0, std::memory_order_release);
+            std::atomic_signal_fence(std::memory_order_seq_cst);
+        }
+    }
+
     bool tryTake(std::uint32_t self) {
         std::uint32_t expected = 0;
         return m_owner.load(std::memory_order_relaxed) == 0 &&
@@ -112,7 +145,8 @@ private:
                 return;
         }
         m_waiters.fetch_add(1);
-        waiterBarrier();
+        if (!m_fences)
+            waiterBarrier();
         for (;;) {
             std::uint32_t owner = m_owner.load(std::memory_order_relaxed);
             if (owner == 0) {
@@ -128,17 +162,28 @@ private:
 
     std::atomic<std::uint32_t> m_owner{0}; // thread id, 0 when free
     std::atomic<std::uint32_t> m_waiters{0};
-    std::uint32_t m_depth = 0;             // touched by the owner only
+    std::uint32_t m_depth = 0; // touched by the owner only
+    const bool m_fences;
 };
 
 } // namespace
 
 namespace xo::platform {
 
-XoLock* newRecursiveLock() { return new XoImpLock_posix; }
+XoLock* newRecursiveLock() {
+    return new XoImpLock_posix(!asymmetricBarrierRegistered());
+}
 
-void lockRecursive(XoLock* lock) { static_cast<XoImpLock_posix*>(lock)->lockDirect(); }
+XoLock* newFencedRecursiveLockForTests() {
+    return new XoImpLock_posix(true);
+}
 
-void unlockRecursive(XoLock* lock) { static_cast<XoImpLock_posix*>(lock)->unlockDirect(); }
+void lockRecursive(XoLock* lock) {
+    static_cast<XoImpLock_posix*>(lock)->lockDirect();
+}
+
+void unlockRecursive(XoLock* lock) {
+    static_cast<XoImpLock_posix*>(lock)->unlockDirect();
+}
 
 } // namespace xo::platform

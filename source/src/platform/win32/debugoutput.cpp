@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <cstdlib>
+
 namespace xo::platform {
 
 void debugOutputW(const wchar_t* text) {
@@ -15,5 +17,7 @@ void debugOutputA(const char* text) {
 }
 
 bool debuggerAttached() { return ::IsDebuggerPresent() != FALSE; }
+
+void abortProcess() { std::abort(); }
 
 } // namespace xo::platform
