@@ -54,13 +54,7 @@ void XoStreamBuf::readBytes(std::function<void(void*, unsigned int)> sink, unsig
     // All or nothing: a sink never sees part of a read that could not finish.
     if (remaining(length(), tell()) < count)
         return;
-    xo::StreamChunk chunk(count);
-    for (unsigned int left = count; left != 0;) {
-        const unsigned int piece = chunk.piece(left);
-        readBytes(chunk.data(), piece);
-        sink(chunk.data(), piece);
-        left -= piece;
-    }
+    xo::transferChunked(*this, count, sink);
 }
 
 void XoStreamBuf::readBytes(XoStreamBuf* dest, unsigned int count) {

@@ -15,13 +15,9 @@ StreamChunk::StreamChunk(std::size_t count) {
 }
 
 void transferChunked(XoStreamBuf& src, XoStreamBuf& dest, std::size_t count) {
-    StreamChunk chunk(count);
-    for (std::size_t left = count; left != 0;) {
-        const unsigned int piece = chunk.piece(left);
-        src.readBytes(chunk.data(), piece);
-        dest.writeBytes(static_cast<const unsigned char*>(chunk.data()), piece);
-        left -= piece;
-    }
+    transferChunked(src, count, [&dest](const unsigned char* piece, unsigned int size) {
+        dest.writeBytes(piece, size);
+    });
 }
 
 void copyStreamRange(XoStreamBuf* src, std::size_t srcPos, XoStreamBuf* dest, std::size_t destPos,

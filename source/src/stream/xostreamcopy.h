@@ -51,8 +51,20 @@ private:
     unsigned int m_nSize;
 };
 
-// Moves count bytes from src's position to dest's position through one chunk: each
-// piece read with src's raw readBytes and written with dest's raw writeBytes.
+// Reads count bytes from src's position through one chunk, handing each piece to deliver
+// (pointer, size) as soon as src's raw readBytes has filled it.
+template <class Deliver>
+void transferChunked(XoStreamBuf& src, std::size_t count, Deliver&& deliver) {
+    StreamChunk chunk(count);
+    for (std::size_t left = count; left != 0;) {
+        const unsigned int piece = chunk.piece(left);
+        src.readBytes(chunk.data(), piece);
+        deliver(chunk.data(), piece);
+        left -= piece;
+    }
+}
+
+// The same into dest's position, through dest's raw writeBytes.
 void transferChunked(XoStreamBuf& src, XoStreamBuf& dest, std::size_t count);
 
 // Copies count bytes of src at srcPos to dest at destPos. Does nothing unless both
