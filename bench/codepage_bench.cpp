@@ -18,9 +18,12 @@ namespace os = xo::platform;
 
 const char* iconvName(unsigned page) {
     switch (page) {
-    case 1252: return "CP1252";
-    case 932: return "CP932";
-    default: return "CP936";
+    case 1252:
+        return "CP1252";
+    case 932:
+        return "CP932";
+    default:
+        return "CP936";
     }
 }
 
@@ -51,7 +54,8 @@ const std::string& sampleText(unsigned page) {
         const wchar_t unit = wchar_t(u);
         char bytes[4];
         bool used = false;
-        const int n = os::wideCharToMultiByte(page, os::kWcNoBestFitChars, &unit, 1, bytes, 4, nullptr, &used);
+        const int n = os::wideCharToMultiByte(page, os::kWcNoBestFitChars, &unit, 1, bytes, 4,
+                                              nullptr, &used);
         if (n > 0 && !used && iconvAgrees(page, std::string(bytes, std::size_t(n)), unit))
             characters.emplace_back(bytes, std::size_t(n));
     }
@@ -67,7 +71,8 @@ const std::string& sampleText(unsigned page) {
 
 std::u16string toUtf16(const std::string& text, unsigned page) {
     std::wstring wide(text.size(), L'\0');
-    wide.resize(std::size_t(os::multiByteToWideChar(page, 0, text.data(), int(text.size()), wide.data(), int(wide.size()))));
+    wide.resize(std::size_t(os::multiByteToWideChar(page, 0, text.data(), int(text.size()),
+                                                    wide.data(), int(wide.size()))));
     return std::u16string(wide.begin(), wide.end());
 }
 
@@ -76,7 +81,8 @@ void BM_EngineToUtf16(benchmark::State& state) {
     const std::string& text = sampleText(page);
     std::vector<wchar_t> out(text.size());
     for (auto _ : state) {
-        const int n = os::multiByteToWideChar(page, 0, text.data(), int(text.size()), out.data(), int(out.size()));
+        const int n = os::multiByteToWideChar(page, 0, text.data(), int(text.size()), out.data(),
+                                              int(out.size()));
         benchmark::DoNotOptimize(n);
     }
     state.SetBytesProcessed(std::int64_t(state.iterations()) * std::int64_t(text.size()));
@@ -84,8 +90,8 @@ void BM_EngineToUtf16(benchmark::State& state) {
 
 // Converts the whole input through one descriptor per iteration; bytes counts the
 // 8-bit side, so that both directions report the same throughput unit.
-void runIconv(benchmark::State& state, const char* to, const char* from, char* input, std::size_t inputBytes,
-              std::size_t bytes) {
+void runIconv(benchmark::State& state, const char* to, const char* from, char* input,
+              std::size_t inputBytes, std::size_t bytes) {
     std::vector<char> out(bytes * 2 + 16);
     iconv_t cd = iconv_open(to, from);
     for (auto _ : state) {
@@ -124,13 +130,15 @@ void BM_IconvFromUtf16(benchmark::State& state) {
     const unsigned page = unsigned(state.range(0));
     const std::string& text = sampleText(page);
     std::u16string utf16 = toUtf16(text, page);
-    runIconv(state, iconvName(page), "UTF-16LE", reinterpret_cast<char*>(utf16.data()), utf16.size() * 2,
-             text.size());
+    runIconv(state, iconvName(page), "UTF-16LE", reinterpret_cast<char*>(utf16.data()),
+             utf16.size() * 2, text.size());
 }
 
 // One double-byte character of 932 (or one byte of 1252), as the character-at-a-time
 // conversions do.
-const char* oneCharacter(unsigned page) { return page == 1252 ? "\xE9" : "\x82\xA0"; }
+const char* oneCharacter(unsigned page) {
+    return page == 1252 ? "\xE9" : "\x82\xA0";
+}
 
 void BM_EngineOneCharacter(benchmark::State& state) {
     const unsigned page = unsigned(state.range(0));
@@ -191,7 +199,8 @@ void BM_EngineOneUnitBack(benchmark::State& state) {
     char out[2];
     for (auto _ : state) {
         benchmark::DoNotOptimize(unit);
-        benchmark::DoNotOptimize(os::wideCharToMultiByte(page, 0, &unit, 1, out, 2, nullptr, nullptr));
+        benchmark::DoNotOptimize(
+            os::wideCharToMultiByte(page, 0, &unit, 1, out, 2, nullptr, nullptr));
     }
 }
 

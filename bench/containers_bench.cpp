@@ -17,11 +17,14 @@ namespace {
 using XoCharData = XoMemData<char, XoStrHeaderA, XoMemDataAllocator, XoPodReallocator<char>>;
 using XoStr = XoStringT<char, XoStrHeaderA>;
 
-const char* textOf(const XoStr& s) { return s.constStr(); }
-const char* textOf(const std::string& s) { return s.c_str(); }
+const char* textOf(const XoStr& s) {
+    return s.constStr();
+}
+const char* textOf(const std::string& s) {
+    return s.c_str();
+}
 
-template <class S>
-S makeText(std::size_t size, char fill) {
+template <class S> S makeText(std::size_t size, char fill) {
     const std::string text(size, fill);
     return S(text.c_str());
 }
@@ -29,8 +32,7 @@ S makeText(std::size_t size, char fill) {
 // A held copy replaced by a copy of one of two sources in turn: what assigning a string
 // member or a container element does. XoStringA shares the block (one atomic increment
 // and one decrement); std::string copies the bytes into the room it already has.
-template <class S>
-void BM_StringCopyAssign(benchmark::State& state) {
+template <class S> void BM_StringCopyAssign(benchmark::State& state) {
     const auto size = std::size_t(state.range(0));
     const S sources[2] = {makeText<S>(size, 'a'), makeText<S>(size, 'b')};
     S held = sources[1];
@@ -44,8 +46,7 @@ void BM_StringCopyAssign(benchmark::State& state) {
 
 // A copy made and dropped: a string passed or returned by value. XoStringA's copy
 // constructor copies the bytes into a header of its own; XoStringT's shares.
-template <class Copy, class S>
-void BM_StringCopyConstruct(benchmark::State& state) {
+template <class Copy, class S> void BM_StringCopyConstruct(benchmark::State& state) {
     const auto size = std::size_t(state.range(0));
     const S source = makeText<S>(size, 'a');
     for (auto _ : state) {
@@ -81,8 +82,7 @@ void BM_StdStringPushBack(benchmark::State& state) {
 // Elements appended one at a time to an empty vector, which is then dropped.
 // XoVector<wchar_t> is the library's exported instantiation; XoVector<int> is made in
 // the client from the header, as any other element type is.
-template <class V>
-void BM_VectorAppend(benchmark::State& state) {
+template <class V> void BM_VectorAppend(benchmark::State& state) {
     const int n = int(state.range(0));
     for (auto _ : state) {
         V v;
@@ -94,8 +94,7 @@ void BM_VectorAppend(benchmark::State& state) {
 }
 
 // The same with a grow length of one eighth of the final length, set beforehand.
-template <class V>
-void BM_VectorAppendGrowLength(benchmark::State& state) {
+template <class V> void BM_VectorAppendGrowLength(benchmark::State& state) {
     const int n = int(state.range(0));
     for (auto _ : state) {
         V v;
@@ -150,8 +149,7 @@ void BM_AppendFloorLengthInBlock(benchmark::State& state) {
 }
 
 // Construction from a C string: XoStringA first asks whether the text can be read.
-template <class S>
-void BM_StringFromCString(benchmark::State& state) {
+template <class S> void BM_StringFromCString(benchmark::State& state) {
     const std::string text(std::size_t(state.range(0)), 'c');
     for (auto _ : state) {
         const S s(text.c_str());

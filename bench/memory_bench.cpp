@@ -58,8 +58,7 @@ struct Mimalloc {
     static void release(void* p) { api().release(p); }
 };
 
-template <class Heap>
-bool skipUnavailable(benchmark::State& state) {
+template <class Heap> bool skipUnavailable(benchmark::State& state) {
     if (Heap::available())
         return false;
     state.SkipWithError("not installed");
@@ -67,8 +66,7 @@ bool skipUnavailable(benchmark::State& state) {
 }
 
 // One block allocated and freed at once: the hot path of string and vector buffers.
-template <class Heap>
-void BM_Pair(benchmark::State& state) {
+template <class Heap> void BM_Pair(benchmark::State& state) {
     if (skipUnavailable<Heap>(state))
         return;
     const auto size = static_cast<std::size_t>(state.range(0));
@@ -84,8 +82,7 @@ BENCHMARK_TEMPLATE(BM_Pair, Glibc) XO_PAIR_SIZES;
 BENCHMARK_TEMPLATE(BM_Pair, Mimalloc) XO_PAIR_SIZES;
 
 // A thousand blocks of random sizes 8-256 held at once, then freed in random order.
-template <class Heap>
-void BM_RandomBatch(benchmark::State& state) {
+template <class Heap> void BM_RandomBatch(benchmark::State& state) {
     if (skipUnavailable<Heap>(state))
         return;
     std::mt19937 random(42);
@@ -110,8 +107,7 @@ BENCHMARK_TEMPLATE(BM_RandomBatch, Glibc);
 BENCHMARK_TEMPLATE(BM_RandomBatch, Mimalloc);
 
 // A string-like buffer grown 16 bytes at a time to 4 KiB.
-template <class Heap>
-void BM_ReallocGrowth(benchmark::State& state) {
+template <class Heap> void BM_ReallocGrowth(benchmark::State& state) {
     if (skipUnavailable<Heap>(state))
         return;
     for (auto _ : state) {
@@ -126,8 +122,7 @@ BENCHMARK_TEMPLATE(BM_ReallocGrowth, Glibc);
 BENCHMARK_TEMPLATE(BM_ReallocGrowth, Mimalloc);
 
 // Pairs on two threads: each on a class of its own (range 1) or both on one (range 0).
-template <class Heap>
-void BM_ThreadPairs(benchmark::State& state) {
+template <class Heap> void BM_ThreadPairs(benchmark::State& state) {
     if (skipUnavailable<Heap>(state))
         return;
     const std::size_t size = state.range(0) != 0 ? 24 + 64 * state.thread_index() : 24;

@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <vector>
 
+#include "fuzzsupport.h"
 #include "platform/charconverter.h"
 #include "platform/codepages/codepagedata.h"
 #include "platform/codepages/codepageengine.h"
-#include "fuzzsupport.h"
 
 namespace {
 
@@ -26,7 +26,8 @@ unsigned pickPage(std::uint8_t selector) {
 void toWide(unsigned page, unsigned flags, const char* src, int srcLen, int capacity) {
     const cp::Outcome counted = cp::multiByteToWideChar(page, flags, src, srcLen, nullptr, 0);
     std::vector<wchar_t> out(std::size_t(capacity) + 1);
-    const cp::Outcome converted = cp::multiByteToWideChar(page, flags, src, srcLen, out.data(), capacity);
+    const cp::Outcome converted =
+        cp::multiByteToWideChar(page, flags, src, srcLen, out.data(), capacity);
     if (counted.count == 0) {
         check(converted.count == 0 && converted.error == counted.error);
         return;
@@ -34,13 +35,15 @@ void toWide(unsigned page, unsigned flags, const char* src, int srcLen, int capa
     if (converted.count == 0)
         check(converted.error == cp::kErrorInsufficientBuffer && capacity < counted.count);
     else
-        check(converted.count == counted.count && counted.count <= (page == cp::kUtf8 ? 2 : 1) * srcLen);
+        check(converted.count == counted.count &&
+              counted.count <= (page == cp::kUtf8 ? 2 : 1) * srcLen);
 }
 
 void toBytes(unsigned page, unsigned flags, const wchar_t* src, int srcLen, int capacity) {
     bool used = false;
     bool* usedFlag = page == cp::kUtf8 ? nullptr : &used;
-    const cp::Outcome counted = cp::wideCharToMultiByte(page, flags, src, srcLen, nullptr, 0, nullptr, usedFlag);
+    const cp::Outcome counted =
+        cp::wideCharToMultiByte(page, flags, src, srcLen, nullptr, 0, nullptr, usedFlag);
     std::vector<char> out(std::size_t(capacity) + 1);
     const cp::Outcome converted =
         cp::wideCharToMultiByte(page, flags, src, srcLen, out.data(), capacity, nullptr, usedFlag);

@@ -22,8 +22,7 @@ bool fewConversions(const std::uint8_t* data, std::size_t size) {
 #define XO_ARGS8 kZeros, kZeros, kZeros, kZeros, kZeros, kZeros, kZeros, kZeros
 #define XO_ARGS24 XO_ARGS8, XO_ARGS8, XO_ARGS8
 
-template <class Char>
-void run(const std::uint8_t* data, std::size_t size, std::size_t capacity) {
+template <class Char> void run(const std::uint8_t* data, std::size_t size, std::size_t capacity) {
     std::basic_string<Char> format;
     for (std::size_t i = 0; i + sizeof(Char) <= size; i += sizeof(Char)) {
         Char c = 0;
@@ -33,8 +32,7 @@ void run(const std::uint8_t* data, std::size_t size, std::size_t capacity) {
     }
     std::vector<Char> buffer(capacity);
     const int measured = xo::XoFormatter::format(nullptr, 0, format.c_str(), XO_ARGS24);
-    const int written =
-        xo::XoFormatter::format(buffer.data(), capacity, format.c_str(), XO_ARGS24);
+    const int written = xo::XoFormatter::format(buffer.data(), capacity, format.c_str(), XO_ARGS24);
     if (measured != written)
         __builtin_trap();
 }

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "containers/xombcs.h"
-#include "platform/codepage.h"
 #include "fuzzsupport.h"
+#include "platform/codepage.h"
 
 namespace {
 

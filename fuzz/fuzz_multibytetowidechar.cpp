@@ -17,11 +17,21 @@ namespace {
 
 using fuzzsupport::check;
 
-const code_page_id kIds[] = {CODE_PAGE_JAPANESE,        CODE_PAGE_SIMPLIFIED_CHINESE, CODE_PAGE_WIN_WESTERN,
-                             CODE_PAGE_UTF8,            CODE_PAGE_KOREAN,             CODE_PAGE_TRADITIONAL_CHINESE,
-                             CODE_PAGE_JOHAB,           CODE_PAGE_JAPANESE_DOS,       CODE_PAGE_SIMPLIFIED_CHINESE_SECOND,
-                             CODE_PAGE_SYSTEM_ANSI,     CODE_PAGE_WIN_GREEK,          CODE_PAGE_US_ASCII,
-                             CODE_PAGE_ISO8859_6,       CODE_PAGE_UNDEFINED,          CODE_PAGE_TRADITIONAL_CHINESE_SECOND};
+const code_page_id kIds[] = {CODE_PAGE_JAPANESE,
+                             CODE_PAGE_SIMPLIFIED_CHINESE,
+                             CODE_PAGE_WIN_WESTERN,
+                             CODE_PAGE_UTF8,
+                             CODE_PAGE_KOREAN,
+                             CODE_PAGE_TRADITIONAL_CHINESE,
+                             CODE_PAGE_JOHAB,
+                             CODE_PAGE_JAPANESE_DOS,
+                             CODE_PAGE_SIMPLIFIED_CHINESE_SECOND,
+                             CODE_PAGE_SYSTEM_ANSI,
+                             CODE_PAGE_WIN_GREEK,
+                             CODE_PAGE_US_ASCII,
+                             CODE_PAGE_ISO8859_6,
+                             CODE_PAGE_UNDEFINED,
+                             CODE_PAGE_TRADITIONAL_CHINESE_SECOND};
 const unsigned long kFlags[] = {0, 1, 8, 9};
 
 // The units written after `before`, terminator excluded.
@@ -50,7 +60,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     check(std::size_t(units) <= bytes && shared.size() == 1 && goOn[0] == L'p');
 
     XoVector<wchar_t> stop;
-    const bool complete = XoCharMapper::multiByteToWideChar(id, text.get(), length, stop, true, false);
+    const bool complete =
+        XoCharMapper::multiByteToWideChar(id, text.get(), length, stop, true, false);
     const int stopped = written(stop, 0);
     check(stopped <= units && (!complete || stopped == units));
     for (int i = 0; i < stopped; ++i)

@@ -15,10 +15,12 @@ namespace {
 
 using fuzzsupport::check;
 
-const code_page_id kIds[] = {CODE_PAGE_JAPANESE,  CODE_PAGE_SIMPLIFIED_CHINESE, CODE_PAGE_WIN_WESTERN,
-                             CODE_PAGE_UTF8,      CODE_PAGE_KOREAN,             CODE_PAGE_TRADITIONAL_CHINESE,
-                             CODE_PAGE_JOHAB,     CODE_PAGE_KOREAN_SECOND,      CODE_PAGE_SYSTEM_ANSI,
-                             CODE_PAGE_WIN_THAI,  CODE_PAGE_ISO8859_6,          CODE_PAGE_UNDEFINED};
+const code_page_id kIds[] = {CODE_PAGE_JAPANESE,    CODE_PAGE_SIMPLIFIED_CHINESE,
+                             CODE_PAGE_WIN_WESTERN, CODE_PAGE_UTF8,
+                             CODE_PAGE_KOREAN,      CODE_PAGE_TRADITIONAL_CHINESE,
+                             CODE_PAGE_JOHAB,       CODE_PAGE_KOREAN_SECOND,
+                             CODE_PAGE_SYSTEM_ANSI, CODE_PAGE_WIN_THAI,
+                             CODE_PAGE_ISO8859_6,   CODE_PAGE_UNDEFINED};
 
 } // namespace
 

@@ -15,8 +15,7 @@ namespace {
 
 const unsigned kPages[] = {1252, 932, 936, 949, 950, 1361, 437, 65001, 12345};
 
-template <class Page>
-void run(Page page, const wchar_t* in, int inLen, int room) {
+template <class Page> void run(Page page, const wchar_t* in, int inLen, int room) {
     int counted = 0;
     const int all = PnCharFormatter::wcharNonNativeToRTF(page, in, inLen, nullptr, &counted);
     check(counted >= 0);

@@ -17,10 +17,12 @@ namespace {
 
 using fuzzsupport::check;
 
-const code_page_id kIds[] = {CODE_PAGE_JAPANESE, CODE_PAGE_SIMPLIFIED_CHINESE, CODE_PAGE_WIN_WESTERN,
-                             CODE_PAGE_UTF8,     CODE_PAGE_KOREAN,             CODE_PAGE_TRADITIONAL_CHINESE,
-                             CODE_PAGE_JOHAB,    CODE_PAGE_WIN_CYRILLIC,       CODE_PAGE_WIN_GREEK,
-                             CODE_PAGE_DOS_US,   CODE_PAGE_ISO8859_6};
+const code_page_id kIds[] = {CODE_PAGE_JAPANESE,    CODE_PAGE_SIMPLIFIED_CHINESE,
+                             CODE_PAGE_WIN_WESTERN, CODE_PAGE_UTF8,
+                             CODE_PAGE_KOREAN,      CODE_PAGE_TRADITIONAL_CHINESE,
+                             CODE_PAGE_JOHAB,       CODE_PAGE_WIN_CYRILLIC,
+                             CODE_PAGE_WIN_GREEK,   CODE_PAGE_DOS_US,
+                             CODE_PAGE_ISO8859_6};
 
 } // namespace
 

@@ -27,7 +27,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const int inLen = counted ? int(text.size()) : -1;
 
     std::vector<char> full(7 * (text.size() + 1), '#');
-    const int all = XoCharOp::WideCharToMultiByteCIF(page, 0, in, inLen, full.data(), int(full.size()), 0);
+    const int all =
+        XoCharOp::WideCharToMultiByteCIF(page, 0, in, inLen, full.data(), int(full.size()), 0);
     check(all >= 0 && std::size_t(all) <= full.size());
 
     char* out = room > 0 ? new char[std::size_t(room)] : nullptr;

@@ -3,12 +3,12 @@
 // 0xF0 takes the next two as a whole UTF-16 unit, lead byte first.
 #pragma once
 
+#include "fuzzsupport.h"
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
-#include "fuzzsupport.h"
 
 namespace fuzzwide {
 
@@ -32,8 +32,7 @@ inline std::vector<wchar_t> units(Reader& in) {
 }
 
 // A heap copy with its terminator and nothing more.
-template <class T>
-T* heapCopy(const std::vector<T>& items, bool terminate) {
+template <class T> T* heapCopy(const std::vector<T>& items, bool terminate) {
     const std::size_t n = items.size() + (terminate ? 1 : 0);
     T* block = new T[n == 0 ? 1 : n];
     if (!items.empty())

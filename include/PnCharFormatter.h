@@ -20,12 +20,12 @@ public:
     // of the first bytes of a file.
     enum : unsigned int {
         kUnknown = 0,
-        kAnsi = 1,       // the system code page, no mark
-        kUtf8 = 2,       // EF BB BF
-        kUtf16LE = 3,    // FF FE
-        kUtf16BE = 4,    // FE FF
-        kUtf32LE = 5,    // FF FE 00 00 (read as kUtf16LE, see lookupBOM)
-        kUtf32BE = 6     // 00 00 FE FF
+        kAnsi = 1,    // the system code page, no mark
+        kUtf8 = 2,    // EF BB BF
+        kUtf16LE = 3, // FF FE
+        kUtf16BE = 4, // FE FF
+        kUtf32LE = 5, // FF FE 00 00 (read as kUtf16LE, see lookupBOM)
+        kUtf32BE = 6  // 00 00 FE FF
     };
 
     // ANSI, no CIF escapes, line feeds written as CR LF.
@@ -124,4 +124,5 @@ private:
 };
 
 // Always false, writing nothing.
-XOOSBASE_API bool convertMBStringToOneWideChar(code_page_id id, char* text, int length, wchar_t& out);
+XOOSBASE_API bool convertMBStringToOneWideChar(code_page_id id, char* text, int length,
+                                               wchar_t& out);

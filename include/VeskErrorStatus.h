@@ -8,14 +8,14 @@ namespace Vesk {
 
 enum ErrorStatus : std::int32_t {
     eOk = 0,
-    eOutOfMemory = 2,           // a container could not get storage
+    eOutOfMemory = 2, // a container could not get storage
     eInvalidInput = 3,
-    eIndexOutOfRange = 24,      // checked access outside a container
+    eIndexOutOfRange = 24, // checked access outside a container
     eDiskFull = 27,
     eEndOfFile = 41,
-    eFileError = 53,            // any file failure without a status of its own
+    eFileError = 53, // any file failure without a status of its own
     eFileAccessDenied = 72,
-    eFileNotFound = 76,         // missing file or folder, or an empty path
+    eFileNotFound = 76, // missing file or folder, or an empty path
     eWriteProtected = 91,
     eFileCorrupt = 314,
     eFileSharingViolation = 433,

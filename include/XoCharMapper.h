@@ -129,8 +129,7 @@ public:
     // fails, a code up to 127 is its own unit; other codes give false and leave out.
     static bool codepageToUnicode(wchar_t code, code_page_id id, wchar_t& out);
     // The same with the caller's MultiByteToWideChar flags.
-    static bool codepageToUnicode(wchar_t code, unsigned long flags, code_page_id id,
-                                  wchar_t& out);
+    static bool codepageToUnicode(wchar_t code, unsigned long flags, code_page_id id, wchar_t& out);
 
     // Whether bytes are written in the candidate code page rather than the default: the
     // candidate wins when, before any 0 byte, a lead byte of the double-byte candidate

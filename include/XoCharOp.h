@@ -116,13 +116,15 @@ public:
     // does not fit in outLen bytes. Returns the bytes written; 0 with the last error
     // 1001 for an invalid code page, 87 for a null in, or a null out with outLen not 0.
     // flags and the last argument are not used.
-    static int WideCharToMultiByteCIF(unsigned int winCp, unsigned long flags, const wchar_t* in, int inLen,
-                                      char* out, int outLen, unsigned long);
+    static int WideCharToMultiByteCIF(unsigned int winCp, unsigned long flags, const wchar_t* in,
+                                      int inLen, char* out, int outLen, unsigned long);
 };
 
 // The runtime's invalid-parameter handler: on Windows the C runtime's own
 // (_set_invalid_parameter_handler); on POSIX the library's. A null handler restores the
 // default, which ends the process. Returns the previous handler.
 using XoInvalidParameterHandler = void (*)(const wchar_t* expression, const wchar_t* function,
-                                           const wchar_t* file, unsigned int line, std::uintptr_t reserved);
-XOOSBASE_API XoInvalidParameterHandler xoSetInvalidParameterHandler(XoInvalidParameterHandler handler);
+                                           const wchar_t* file, unsigned int line,
+                                           std::uintptr_t reserved);
+XOOSBASE_API XoInvalidParameterHandler
+xoSetInvalidParameterHandler(XoInvalidParameterHandler handler);

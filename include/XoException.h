@@ -30,7 +30,7 @@ public:
 private:
     XoException* m_pEmbedException; // owned
     bool m_bHandled;
-    const wchar_t* m_pFile;         // not owned; never null
+    const wchar_t* m_pFile; // not owned; never null
     int m_nLine;
 };
 
@@ -68,7 +68,7 @@ public:
     Vesk::ErrorStatus errorType() const { return m_eErrorType; }
 
 private:
-    const wchar_t* m_pMessage;              // not owned; never null
-    mutable wchar_t* m_pCachedDescription;  // owned
+    const wchar_t* m_pMessage;             // not owned; never null
+    mutable wchar_t* m_pCachedDescription; // owned
     Vesk::ErrorStatus m_eErrorType;
 };

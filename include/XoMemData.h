@@ -40,7 +40,8 @@ struct XoStrHeaderA {
 };
 
 static_assert(sizeof(std::atomic<std::int32_t>) == 4, "the reference count is 32-bit");
-static_assert(offsetof(XoStrHeaderA, m_nCount) == 8 && offsetof(XoStrHeaderA, m_nAllocCount) == 16 &&
+static_assert(offsetof(XoStrHeaderA, m_nCount) == 8 &&
+                  offsetof(XoStrHeaderA, m_nAllocCount) == 16 &&
                   offsetof(XoStrHeaderA, m_nGrowth) == 24 &&
                   offsetof(XoStrHeaderA, m_nCodePage) == 32 && sizeof(XoStrHeaderA) == 40,
               "clients compile against this layout");
@@ -57,8 +58,7 @@ struct XoMemDataAllocator {
 };
 
 // Elements that are plain bytes: copied by byte copy, moved by overlapping move.
-template <class T>
-struct XoPodReallocator {
+template <class T> struct XoPodReallocator {
     static void copy(T* to, const T* from, std::size_t n) {
         if (n != 0)
             std::memcpy(to, from, n * sizeof(T));
@@ -83,8 +83,7 @@ struct XoPodReallocator {
 //
 // Threads: values that share a block may be copied and destroyed on different threads;
 // one value is not written from two threads at once.
-template <class T, class Header, class Allocator, class Reallocator>
-class XoMemData {
+template <class T, class Header, class Allocator, class Reallocator> class XoMemData {
 public:
     // The shared empty instance, one more reference on it.
     XoMemData();
@@ -226,8 +225,7 @@ namespace xo::memdata {
 // holding the first min(keep, count) elements of data and what like passes on; null
 // when it cannot be had.
 template <class T, class H, class A, class R>
-H* newBlock(const H& like, const T* data, std::size_t keep, std::size_t count,
-            std::size_t room) {
+H* newBlock(const H& like, const T* data, std::size_t keep, std::size_t count, std::size_t room) {
     const std::size_t size = count > room ? count : room;
     if (size > (std::numeric_limits<std::size_t>::max() - sizeof(H)) / sizeof(T))
         return nullptr;
@@ -252,8 +250,7 @@ void appendFilled(XoMemData<T, H, A, R>& value, const T& element, std::size_t n)
         R::fill(XoMemData<T, H, A, R>::getDataPtr(value.header()) + old, element, n);
 }
 
-template <class A, class = void>
-struct CanReallocate : std::false_type {};
+template <class A, class = void> struct CanReallocate : std::false_type {};
 template <class A>
 struct CanReallocate<A, std::void_t<decltype(A::reallocate(nullptr, std::size_t(0)))>>
     : std::true_type {};
@@ -261,8 +258,7 @@ struct CanReallocate<A, std::void_t<decltype(A::reallocate(nullptr, std::size_t(
 // The block of a header that one value alone holds, resized in place where the allocator
 // can (a large block grows without a copy) to the given count and room for
 // max(count, room); null when it cannot be had, the old block then unchanged.
-template <class T, class H, class A>
-H* resizeBlock(H* own, std::size_t count, std::size_t room) {
+template <class T, class H, class A> H* resizeBlock(H* own, std::size_t count, std::size_t room) {
     const std::size_t size = count > room ? count : room;
     if (size > (std::numeric_limits<std::size_t>::max() - sizeof(H)) / sizeof(T))
         return nullptr;
@@ -281,7 +277,9 @@ H* resizeBlock(H* own, std::size_t count, std::size_t room) {
 
 XO_MEMDATA H XO_MEMDATA_T::s_emptyHeader = {1, 0, 0, 8, 0};
 
-XO_MEMDATA XO_MEMDATA_T::XoMemData() : m_pData(getDataPtr(&s_emptyHeader)) { addRef(); }
+XO_MEMDATA XO_MEMDATA_T::XoMemData() : m_pData(getDataPtr(&s_emptyHeader)) {
+    addRef();
+}
 
 XO_MEMDATA XO_MEMDATA_T::XoMemData(const XoMemData& other) : m_pData(other.m_pData) {
     if (!other.isLocked()) {
@@ -305,7 +303,9 @@ XO_MEMDATA XO_MEMDATA_T::XoMemData(const T& element, std::size_t n)
     assign(element, n);
 }
 
-XO_MEMDATA XO_MEMDATA_T::~XoMemData() { release(); }
+XO_MEMDATA XO_MEMDATA_T::~XoMemData() {
+    release();
+}
 
 XO_MEMDATA XO_MEMDATA_T& XO_MEMDATA_T::operator=(const XoMemData& other) {
     assign(other);
@@ -367,13 +367,21 @@ XO_MEMDATA bool XO_MEMDATA_T::isLocked() const {
     return header()->m_nRefs.load(std::memory_order_acquire) == -1;
 }
 
-XO_MEMDATA bool XO_MEMDATA_T::isEmptyData() const { return header() == &s_emptyHeader; }
+XO_MEMDATA bool XO_MEMDATA_T::isEmptyData() const {
+    return header() == &s_emptyHeader;
+}
 
-XO_MEMDATA std::size_t XO_MEMDATA_T::count() const { return header()->m_nCount; }
+XO_MEMDATA std::size_t XO_MEMDATA_T::count() const {
+    return header()->m_nCount;
+}
 
-XO_MEMDATA std::size_t XO_MEMDATA_T::allocCount() const { return header()->m_nAllocCount; }
+XO_MEMDATA std::size_t XO_MEMDATA_T::allocCount() const {
+    return header()->m_nAllocCount;
+}
 
-XO_MEMDATA std::size_t XO_MEMDATA_T::growth() const { return header()->m_nGrowth; }
+XO_MEMDATA std::size_t XO_MEMDATA_T::growth() const {
+    return header()->m_nGrowth;
+}
 
 XO_MEMDATA void XO_MEMDATA_T::setCount(std::size_t n) {
     if (n != count())
@@ -389,29 +397,45 @@ XO_MEMDATA void XO_MEMDATA_T::setAllocCount(std::size_t n) {
     }
 }
 
-XO_MEMDATA void XO_MEMDATA_T::setGrowth(std::size_t n) { header()->m_nGrowth = n; }
+XO_MEMDATA void XO_MEMDATA_T::setGrowth(std::size_t n) {
+    header()->m_nGrowth = n;
+}
 
-XO_MEMDATA bool XO_MEMDATA_T::isEmpty() const { return count() == 0; }
+XO_MEMDATA bool XO_MEMDATA_T::isEmpty() const {
+    return count() == 0;
+}
 
-XO_MEMDATA void XO_MEMDATA_T::setEmpty() { assign(&s_emptyHeader); }
+XO_MEMDATA void XO_MEMDATA_T::setEmpty() {
+    assign(&s_emptyHeader);
+}
 
 XO_MEMDATA bool XO_MEMDATA_T::isValidIndex(std::size_t index) const {
     return index < allocCount();
 }
 
-XO_MEMDATA const T* XO_MEMDATA_T::rawData() const { return count() == 0 ? nullptr : m_pData; }
+XO_MEMDATA const T* XO_MEMDATA_T::rawData() const {
+    return count() == 0 ? nullptr : m_pData;
+}
 
-XO_MEMDATA const T* XO_MEMDATA_T::begin() const { return rawData(); }
+XO_MEMDATA const T* XO_MEMDATA_T::begin() const {
+    return rawData();
+}
 
 XO_MEMDATA const T* XO_MEMDATA_T::end() const {
     return count() == 0 ? nullptr : m_pData + count();
 }
 
-XO_MEMDATA const T& XO_MEMDATA_T::back() const { return m_pData[count() - 1]; }
+XO_MEMDATA const T& XO_MEMDATA_T::back() const {
+    return m_pData[count() - 1];
+}
 
-XO_MEMDATA const T& XO_MEMDATA_T::operator[](std::size_t index) const { return m_pData[index]; }
+XO_MEMDATA const T& XO_MEMDATA_T::operator[](std::size_t index) const {
+    return m_pData[index];
+}
 
-XO_MEMDATA const T& XO_MEMDATA_T::at(std::size_t index) const { return m_pData[index]; }
+XO_MEMDATA const T& XO_MEMDATA_T::at(std::size_t index) const {
+    return m_pData[index];
+}
 
 XO_MEMDATA T* XO_MEMDATA_T::rawData() {
     if (count() == 0)
@@ -420,7 +444,9 @@ XO_MEMDATA T* XO_MEMDATA_T::rawData() {
     return m_pData;
 }
 
-XO_MEMDATA T* XO_MEMDATA_T::begin() { return rawData(); }
+XO_MEMDATA T* XO_MEMDATA_T::begin() {
+    return rawData();
+}
 
 XO_MEMDATA T* XO_MEMDATA_T::end() {
     copyIfShared();
@@ -442,7 +468,9 @@ XO_MEMDATA T& XO_MEMDATA_T::operator[](std::size_t index) {
     return m_pData[index];
 }
 
-XO_MEMDATA T& XO_MEMDATA_T::at(std::size_t index) { return operator[](index); }
+XO_MEMDATA T& XO_MEMDATA_T::at(std::size_t index) {
+    return operator[](index);
+}
 
 XO_MEMDATA void XO_MEMDATA_T::setAt(std::size_t index, const T& element) {
     if (copyIfShared())
@@ -559,7 +587,9 @@ XO_MEMDATA T* XO_MEMDATA_T::getBuffer(std::size_t n) {
     return copyBeforeWrite(n) ? m_pData : nullptr;
 }
 
-XO_MEMDATA void XO_MEMDATA_T::releaseBuffer(std::size_t n) { header()->m_nCount = n; }
+XO_MEMDATA void XO_MEMDATA_T::releaseBuffer(std::size_t n) {
+    header()->m_nCount = n;
+}
 
 XO_MEMDATA T* XO_MEMDATA_T::lockBuffer() {
     if (!copyBeforeWrite(count()))
@@ -629,9 +659,13 @@ XO_MEMDATA bool XO_MEMDATA_T::reallocData(std::size_t newCount, std::size_t room
     return true;
 }
 
-XO_MEMDATA H* XO_MEMDATA_T::header() const { return reinterpret_cast<H*>(m_pData) - 1; }
+XO_MEMDATA H* XO_MEMDATA_T::header() const {
+    return reinterpret_cast<H*>(m_pData) - 1;
+}
 
-XO_MEMDATA T* XO_MEMDATA_T::getDataPtr(H* header) { return reinterpret_cast<T*>(header + 1); }
+XO_MEMDATA T* XO_MEMDATA_T::getDataPtr(H* header) {
+    return reinterpret_cast<T*>(header + 1);
+}
 
 XO_MEMDATA std::size_t XO_MEMDATA_T::getDataSize(std::size_t n) {
     return n * sizeof(T) + sizeof(H);

@@ -45,8 +45,7 @@ XOOSBASE_API void _xoStrdupFree(void* pointer);
 XOOSBASE_API void* _xoMallocDbg(std::size_t size, const char* file, int line);
 XOOSBASE_API void* _xoAllocateDbg(std::size_t size, const char* file, int line);
 XOOSBASE_API void* _xoReallocDbg(void* pointer, std::size_t size, const char* file, int line);
-XOOSBASE_API void* _xoReallocateDbg(void* pointer, std::size_t size, const char* file,
-                                    int line);
+XOOSBASE_API void* _xoReallocateDbg(void* pointer, std::size_t size, const char* file, int line);
 XOOSBASE_API void _xoFreeDbg(void* pointer);
 XOOSBASE_API void _xoDeallocateDbg(void* pointer);
 

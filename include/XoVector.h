@@ -29,8 +29,7 @@
 namespace xo::vector {
 
 // Element types held as plain bytes: copied by byte copy, value-initialised by zeros.
-template <class T>
-constexpr bool kPlain = std::is_trivial_v<T> && !std::is_member_pointer_v<T>;
+template <class T> constexpr bool kPlain = std::is_trivial_v<T> && !std::is_member_pointer_v<T>;
 
 // In front of an array of plain elements: how many the allocation has room for, which
 // may be more than the vector's physical length. 16 bytes keep the elements aligned as
@@ -41,26 +40,25 @@ struct ArrayHead {
 };
 
 // Whether allocator A resizes arrays of T in place (XoDefaultMemAllocator for plain T).
-template <class A, class T, class = void>
-struct CanReallocate : std::false_type {};
+template <class A, class T, class = void> struct CanReallocate : std::false_type {};
 template <class A, class T>
-struct CanReallocate<A, T, std::void_t<decltype(A::reallocate(std::declval<T*>(), std::int32_t(0)))>>
+struct CanReallocate<A, T,
+                     std::void_t<decltype(A::reallocate(std::declval<T*>(), std::int32_t(0)))>>
     : std::true_type {};
 
 // Whether allocator A tells the room of an array of T (XoDefaultMemAllocator for plain T).
 // Such an allocator keeps the room beyond what it was last asked for value-initialised,
 // and so does the vector with the room beyond its physical length.
-template <class A, class T, class = void>
-struct KnowsRoom : std::false_type {};
+template <class A, class T, class = void> struct KnowsRoom : std::false_type {};
 template <class A, class T>
-struct KnowsRoom<A, T, std::void_t<decltype(A::room(std::declval<const T*>()))>> : std::true_type {};
+struct KnowsRoom<A, T, std::void_t<decltype(A::room(std::declval<const T*>()))>> : std::true_type {
+};
 
 // The step of the physical length by the grow length that appending at the physical
 // length makes, taken in a block that one vector alone holds when the array already has
 // that room (whose elements are already value-initialised). False when the general case
 // must run.
-template <class T, class A, class Block>
-bool stepInRoom(Block* block, int used) {
+template <class T, class A, class Block> bool stepInRoom(Block* block, int used) {
     if constexpr (KnowsRoom<A, T>::value) {
         const std::int64_t grown = std::int64_t(used) + block->m_nGrowLength;
         if (used != block->m_nPhysicalLength || block->m_pElements == nullptr || grown <= used ||
@@ -77,15 +75,13 @@ bool stepInRoom(Block* block, int used) {
 }
 
 // Whether one vector alone holds the block, so that it may be written in place.
-template <class R, class Block>
-bool ownedAlone(Block* block) {
+template <class R, class Block> bool ownedAlone(Block* block) {
     return XOOSBASE_LIKELY(block != nullptr && R::count(block->m_nRefs) == 1);
 }
 
 // The index of the next element when the block can take it in place (the logical length
 // is left to the caller), or -1 when the general case must run.
-template <class T, class A, class R, class Block>
-int nextIndex(Block* block) {
+template <class T, class A, class R, class Block> int nextIndex(Block* block) {
     if (!ownedAlone<R>(block))
         return -1;
     const int used = block->m_nLogicalLength;
@@ -98,8 +94,7 @@ int nextIndex(Block* block) {
 // ran three times faster that way on x86-64 (with the length stored first, the next
 // append's read of it waited behind the element store). False when the general case
 // must run.
-template <class T, class A, class R, class Block>
-bool storeInRoom(Block* block, const T& element) {
+template <class T, class A, class R, class Block> bool storeInRoom(Block* block, const T& element) {
     if (!ownedAlone<R>(block))
         return false;
     const int used = block->m_nLogicalLength;
@@ -138,8 +133,7 @@ void appendCopy(V& vector, const T& element) {
 // it grows, so that a vector that grows by its grow length reallocates only now and
 // then. The vector's lengths do not change with it: the room beyond the
 // physical length is the allocator's own, and holds zeroes.
-template <class T>
-struct XoDefaultMemAllocator {
+template <class T> struct XoDefaultMemAllocator {
     static T* allocate(std::int32_t n) {
         if constexpr (xo::vector::kPlain<T>) {
             if (n < 0)
@@ -163,12 +157,14 @@ struct XoDefaultMemAllocator {
         // Growing at least doubles the room; shrinking to half or less gives memory back.
         std::int64_t wanted = n > room ? std::max<std::int64_t>(n, room + room) : n;
         for (;;) {
-            void* moved = std::realloc(head, sizeof(xo::vector::ArrayHead) + std::size_t(wanted) * sizeof(T));
+            void* moved =
+                std::realloc(head, sizeof(xo::vector::ArrayHead) + std::size_t(wanted) * sizeof(T));
             if (moved != nullptr) {
                 head = static_cast<xo::vector::ArrayHead*>(moved);
                 T* items = reinterpret_cast<T*>(head + 1);
                 if (wanted > room)
-                    std::memset(static_cast<void*>(items + room), 0, std::size_t(wanted - room) * sizeof(T));
+                    std::memset(static_cast<void*>(items + room), 0,
+                                std::size_t(wanted - room) * sizeof(T));
                 head->room = wanted;
                 return items;
             }
@@ -201,9 +197,7 @@ struct XoRefCounter {
     static std::uint32_t release(Count& count) {
         return count.fetch_sub(1, std::memory_order_acq_rel) - 1;
     }
-    static std::uint32_t count(const Count& count) {
-        return count.load(std::memory_order_acquire);
-    }
+    static std::uint32_t count(const Count& count) { return count.load(std::memory_order_acquire); }
 };
 
 // How the physical length follows the logical one.
@@ -368,7 +362,9 @@ XO_VECTOR XO_VECTOR_T::XoVector(XoVector&& other) noexcept : m_pData(other.m_pDa
     other.m_pData = nullptr;
 }
 
-XO_VECTOR XO_VECTOR_T::~XoVector() { detach(m_pData); }
+XO_VECTOR XO_VECTOR_T::~XoVector() {
+    detach(m_pData);
+}
 
 XO_VECTOR XO_VECTOR_T& XO_VECTOR_T::operator=(const XoVector& other) {
     attach(other.m_pData);
@@ -384,11 +380,17 @@ XO_VECTOR XO_VECTOR_T& XO_VECTOR_T::operator=(XoVector&& other) noexcept {
     return *this;
 }
 
-XO_VECTOR int XO_VECTOR_T::size() const { return m_pData ? m_pData->m_nLogicalLength : 0; }
+XO_VECTOR int XO_VECTOR_T::size() const {
+    return m_pData ? m_pData->m_nLogicalLength : 0;
+}
 
-XO_VECTOR bool XO_VECTOR_T::empty() const { return size() == 0; }
+XO_VECTOR bool XO_VECTOR_T::empty() const {
+    return size() == 0;
+}
 
-XO_VECTOR int XO_VECTOR_T::capacity() const { return m_pData ? m_pData->m_nPhysicalLength : 0; }
+XO_VECTOR int XO_VECTOR_T::capacity() const {
+    return m_pData ? m_pData->m_nPhysicalLength : 0;
+}
 
 XO_VECTOR int XO_VECTOR_T::growLength() const {
     return m_pData ? m_pData->m_nGrowLength : G::kGrowLength;
@@ -403,7 +405,9 @@ XO_VECTOR void XO_VECTOR_T::reserve(int n) {
         setPhysicalLength(n);
 }
 
-XO_VECTOR void XO_VECTOR_T::clear() { setPhysicalLength(0); }
+XO_VECTOR void XO_VECTOR_T::clear() {
+    setPhysicalLength(0);
+}
 
 // Nothing moves on the short path, so the element may well live in this block.
 XO_VECTOR XOOSBASE_CLIENT_INLINE void XO_VECTOR_T::append(const T& element) {
@@ -411,19 +415,33 @@ XO_VECTOR XOOSBASE_CLIENT_INLINE void XO_VECTOR_T::append(const T& element) {
         xo::vector::appendCopy(*this, element);
 }
 
-XO_VECTOR XOOSBASE_CLIENT_INLINE void XO_VECTOR_T::push_back(const T& element) { append(element); }
+XO_VECTOR XOOSBASE_CLIENT_INLINE void XO_VECTOR_T::push_back(const T& element) {
+    append(element);
+}
 
-XO_VECTOR const T& XO_VECTOR_T::operator[](int index) const { return elements()[index]; }
+XO_VECTOR const T& XO_VECTOR_T::operator[](int index) const {
+    return elements()[index];
+}
 
-XO_VECTOR T& XO_VECTOR_T::operator[](int index) { return writable()[index]; }
+XO_VECTOR T& XO_VECTOR_T::operator[](int index) {
+    return writable()[index];
+}
 
-XO_VECTOR const T& XO_VECTOR_T::front() const { return elements()[0]; }
+XO_VECTOR const T& XO_VECTOR_T::front() const {
+    return elements()[0];
+}
 
-XO_VECTOR T& XO_VECTOR_T::front() { return writable()[0]; }
+XO_VECTOR T& XO_VECTOR_T::front() {
+    return writable()[0];
+}
 
-XO_VECTOR const T& XO_VECTOR_T::back() const { return elements()[size() - 1]; }
+XO_VECTOR const T& XO_VECTOR_T::back() const {
+    return elements()[size() - 1];
+}
 
-XO_VECTOR T& XO_VECTOR_T::back() { return writable()[size() - 1]; }
+XO_VECTOR T& XO_VECTOR_T::back() {
+    return writable()[size() - 1];
+}
 
 XO_VECTOR const T& XO_VECTOR_T::at(int index) const {
     checkIndex(index);
@@ -435,22 +453,34 @@ XO_VECTOR T& XO_VECTOR_T::at(int index) {
     return writable()[index];
 }
 
-XO_VECTOR const T* XO_VECTOR_T::data() const { return elements(); }
+XO_VECTOR const T* XO_VECTOR_T::data() const {
+    return elements();
+}
 
-XO_VECTOR T* XO_VECTOR_T::data() { return writable(); }
+XO_VECTOR T* XO_VECTOR_T::data() {
+    return writable();
+}
 
-XO_VECTOR const T* XO_VECTOR_T::begin() const { return elements(); }
+XO_VECTOR const T* XO_VECTOR_T::begin() const {
+    return elements();
+}
 
 XO_VECTOR const T* XO_VECTOR_T::end() const {
     const T* first = elements();
     return first ? first + size() : nullptr;
 }
 
-XO_VECTOR const T* XO_VECTOR_T::cbegin() const { return begin(); }
+XO_VECTOR const T* XO_VECTOR_T::cbegin() const {
+    return begin();
+}
 
-XO_VECTOR const T* XO_VECTOR_T::cend() const { return end(); }
+XO_VECTOR const T* XO_VECTOR_T::cend() const {
+    return end();
+}
 
-XO_VECTOR T* XO_VECTOR_T::begin() { return writable(); }
+XO_VECTOR T* XO_VECTOR_T::begin() {
+    return writable();
+}
 
 XO_VECTOR T* XO_VECTOR_T::end() {
     T* first = writable();
@@ -487,7 +517,8 @@ XO_VECTOR void XO_VECTOR_T::detach(XoVectorData* block) {
         return;
     // A count of 1 is the caller's own reference, and nobody can take another meanwhile:
     // the last owner frees without the locked decrement.
-    if ((R::count(block->m_nRefs) != 1 && R::release(block->m_nRefs) != 0) || block == gpEmptyVectorData)
+    if ((R::count(block->m_nRefs) != 1 && R::release(block->m_nRefs) != 0) ||
+        block == gpEmptyVectorData)
         return;
     A::deallocate(static_cast<T*>(block->m_pElements));
     block->~XoVectorData();
@@ -572,8 +603,8 @@ XO_VECTOR void XO_VECTOR_T::setPhysicalLength(int n) {
     if constexpr (xo::vector::CanReallocate<A, T>::value) {
         // A block of its own keeps its place and resizes its array, which ends as a new
         // block would: the first min(n, size()) elements, the rest value-initialised.
-        if (m_pData != nullptr && m_pData->m_pElements != nullptr && R::count(m_pData->m_nRefs) == 1 &&
-            m_pData != gpEmptyVectorData) {
+        if (m_pData != nullptr && m_pData->m_pElements != nullptr &&
+            R::count(m_pData->m_nRefs) == 1 && m_pData != gpEmptyVectorData) {
             T* resized = A::reallocate(elements(), n);
             if (resized == nullptr)
                 return;

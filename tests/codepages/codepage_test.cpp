@@ -21,8 +21,8 @@ std::wstring toWide(unsigned page, unsigned flags, const std::string& bytes) {
 
 std::string toBytes(unsigned page, unsigned flags, const std::wstring& wide, bool* used) {
     char out[16];
-    const int n = os::wideCharToMultiByte(page, flags, wide.data(), int(wide.size()), out, 16,
-                                          nullptr, used);
+    const int n =
+        os::wideCharToMultiByte(page, flags, wide.data(), int(wide.size()), out, 16, nullptr, used);
     return std::string(out, std::size_t(n));
 }
 
@@ -33,7 +33,8 @@ TEST(CodePage, ShiftJisLeadByteWithAnInvalidTrail) {
     EXPECT_EQ(os::threadLastError(), os::kErrorNoUnicodeTranslation);
     EXPECT_EQ(toWide(932, 0, std::string("\x81\0", 2)), std::wstring(L"\x30FB\0", 2)); // not a zero
     EXPECT_EQ(toWide(932, 0, "\xA0"), L"\xF8F0");
-    EXPECT_EQ(toWide(932, 0, "\x82\xA0\x41"), L"\x3042" L"A");
+    EXPECT_EQ(toWide(932, 0, "\x82\xA0\x41"), L"\x3042"
+                                              L"A");
 }
 
 TEST(CodePage, BestFitAndTheUsedDefaultFlag) {
@@ -115,7 +116,8 @@ TEST(CodePage, FirstUseOfAPageFromManyThreads) {
     std::vector<std::thread> threads;
     std::vector<std::string> results(4);
     for (std::size_t i = 0; i < results.size(); ++i)
-        threads.emplace_back([&results, i] { results[i] = toBytes(869, 0, L"\x0391\x03A9", nullptr); });
+        threads.emplace_back(
+            [&results, i] { results[i] = toBytes(869, 0, L"\x0391\x03A9", nullptr); });
     for (auto& thread : threads)
         thread.join();
     for (const std::string& result : results)
@@ -137,7 +139,8 @@ TEST(CharConverter, AgreesWithTheStringConversions) {
                 const int n = os::multiByteToWideChar(page, 0, bytes, taken, expected, 2);
                 ASSERT_EQ(n, 1) << page << " " << lead << " " << trail;
                 EXPECT_EQ(unit, char16_t(expected[0])) << page << " " << lead << " " << trail;
-                EXPECT_EQ(invalid, os::multiByteToWideChar(page, os::kMbErrInvalidChars, bytes, taken, expected, 2) == 0);
+                EXPECT_EQ(invalid, os::multiByteToWideChar(page, os::kMbErrInvalidChars, bytes,
+                                                           taken, expected, 2) == 0);
                 EXPECT_EQ(taken == 2, os::multiByteToWideChar(page, 0, bytes, 2, expected, 2) == 1);
             }
         }
@@ -148,7 +151,9 @@ TEST(CharConverter, AgreesWithTheStringConversions) {
             const wchar_t wide = wchar_t(u);
             char expected[4];
             bool expectedUsed = false;
-            ASSERT_EQ(n, os::wideCharToMultiByte(page, 0, &wide, 1, expected, 4, nullptr, &expectedUsed)) << u;
+            ASSERT_EQ(
+                n, os::wideCharToMultiByte(page, 0, &wide, 1, expected, 4, nullptr, &expectedUsed))
+                << u;
             EXPECT_EQ(std::string(out, std::size_t(n)), std::string(expected, std::size_t(n))) << u;
             EXPECT_EQ(used, expectedUsed) << u;
         }

@@ -33,7 +33,8 @@ struct Result {
 };
 
 std::string show(const Result& r) {
-    std::string text = "count " + std::to_string(r.count) + " error " + std::to_string(r.error) + " [";
+    std::string text =
+        "count " + std::to_string(r.count) + " error " + std::to_string(r.error) + " [";
     for (wchar_t w : r.wide)
         text += std::to_string(unsigned(w)) + " ";
     text += "] [";
@@ -55,19 +56,22 @@ std::string hex(const std::string& bytes) {
 Result windowsToWide(unsigned page, unsigned flags, const std::string& in, int capacity) {
     std::wstring out(std::size_t(capacity), L'\xAAAA');
     ::SetLastError(0);
-    const int n = os::multiByteToWideChar(page, flags, in.data(), int(in.size()), out.data(), capacity);
+    const int n =
+        os::multiByteToWideChar(page, flags, in.data(), int(in.size()), out.data(), capacity);
     out.resize(std::size_t(n));
     return {n, n ? 0 : os::threadLastError(), out, {}, false};
 }
 
 Result engineToWide(unsigned page, unsigned flags, const std::string& in, int capacity) {
     std::wstring out(std::size_t(capacity), L'\xAAAA');
-    const cp::Outcome r = cp::multiByteToWideChar(page, flags, in.data(), int(in.size()), out.data(), capacity);
+    const cp::Outcome r =
+        cp::multiByteToWideChar(page, flags, in.data(), int(in.size()), out.data(), capacity);
     out.resize(std::size_t(r.count));
     return {r.count, r.error, out, {}, false};
 }
 
-Result windowsToBytes(unsigned page, unsigned flags, const std::wstring& in, int capacity, bool askUsed) {
+Result windowsToBytes(unsigned page, unsigned flags, const std::wstring& in, int capacity,
+                      bool askUsed) {
     std::string out(std::size_t(capacity), '\xAA');
     bool used = false;
     ::SetLastError(0);
@@ -77,11 +81,13 @@ Result windowsToBytes(unsigned page, unsigned flags, const std::wstring& in, int
     return {n, n ? 0 : os::threadLastError(), {}, out, used};
 }
 
-Result engineToBytes(unsigned page, unsigned flags, const std::wstring& in, int capacity, bool askUsed) {
+Result engineToBytes(unsigned page, unsigned flags, const std::wstring& in, int capacity,
+                     bool askUsed) {
     std::string out(std::size_t(capacity), '\xAA');
     bool used = false;
-    const cp::Outcome r = cp::wideCharToMultiByte(page, flags, in.data(), int(in.size()), out.data(),
-                                                  capacity, nullptr, askUsed ? &used : nullptr);
+    const cp::Outcome r =
+        cp::wideCharToMultiByte(page, flags, in.data(), int(in.size()), out.data(), capacity,
+                                nullptr, askUsed ? &used : nullptr);
     out.resize(std::size_t(r.count));
     return {r.count, r.error, {}, out, used};
 }
@@ -126,7 +132,8 @@ TEST(CodePageDifferential, ValidityAndLeadBytes) {
         EXPECT_TRUE(os::isValidCodePage(page)) << page;
         EXPECT_TRUE(cp::isValidCodePage(page)) << page;
         for (unsigned b = 0; b < 256; ++b)
-            EXPECT_EQ(os::isDbcsLeadByte(page, std::uint8_t(b)), cp::isLeadByte(page, std::uint8_t(b)))
+            EXPECT_EQ(os::isDbcsLeadByte(page, std::uint8_t(b)),
+                      cp::isLeadByte(page, std::uint8_t(b)))
                 << page << " byte " << b;
     }
     for (unsigned page : {28586u, 28596u, 12345u, 0u, 1u, 3u, 1200u})
@@ -144,8 +151,8 @@ TEST(CodePageDifferential, EverySingleByteAndEveryPair) {
                     continue;
                 for (unsigned t = 0; t < 256; ++t)
                     differences.toWide(page, flags, std::string{char(b), char(t)});
-                differences.toWide(page, flags, std::string{'a', char(b)});       // lead at the end
-                differences.toWide(page, flags, std::string{char(b), 'a', 'b'});  // ASCII trail
+                differences.toWide(page, flags, std::string{'a', char(b)});      // lead at the end
+                differences.toWide(page, flags, std::string{char(b), 'a', 'b'}); // ASCII trail
             }
         }
     }
@@ -165,7 +172,8 @@ TEST(CodePageDifferential, RandomStringsAndShortBuffers) {
     Differences differences;
     std::mt19937 random(7);
     const std::string interesting = std::string("\x00\x20\x41\x5C\x7F\x80\x81\x8F\x9F\xA0\xA1\xC0"
-                                                "\xD8\xDF\xE0\xEF\xF0\xF7\xFC\xFE\xFF", 21);
+                                                "\xD8\xDF\xE0\xEF\xF0\xF7\xFC\xFE\xFF",
+                                                21);
     for (unsigned page : pagesWindowsHas()) {
         for (int i = 0; i < 2000; ++i) {
             std::string in(1 + random() % 9, ' ');
@@ -176,7 +184,8 @@ TEST(CodePageDifferential, RandomStringsAndShortBuffers) {
             std::wstring wide(1 + random() % 6, L' ');
             for (wchar_t& w : wide)
                 w = wchar_t(random() % 3 ? random() % 0x10000 : random() % 0x100);
-            differences.toBytes(page, random() % 2 ? WC_NO_BEST_FIT_CHARS : 0, wide, int(random() % 12));
+            differences.toBytes(page, random() % 2 ? WC_NO_BEST_FIT_CHARS : 0, wide,
+                                int(random() % 12));
         }
     }
     EXPECT_EQ(differences.count(), 0);
@@ -184,7 +193,8 @@ TEST(CodePageDifferential, RandomStringsAndShortBuffers) {
 
 TEST(CodePageDifferential, Utf8Sequences) {
     Differences differences;
-    const std::string follow = std::string("\x00\x41\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xC2\xDF\xE0\xED\xF0\xF4\xFF", 17);
+    const std::string follow =
+        std::string("\x00\x41\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xC2\xDF\xE0\xED\xF0\xF4\xFF", 17);
     for (unsigned flags : {0u, unsigned(MB_ERR_INVALID_CHARS)}) {
         for (unsigned a = 0; a < 256; ++a) {
             differences.toWide(65001, flags, std::string(1, char(a)));

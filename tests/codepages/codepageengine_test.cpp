@@ -13,13 +13,15 @@ namespace cp = xo::codepages;
 
 std::wstring toWide(unsigned page, const std::string& bytes, unsigned flags = 0) {
     wchar_t out[16];
-    const cp::Outcome r = cp::multiByteToWideChar(page, flags, bytes.data(), int(bytes.size()), out, 16);
+    const cp::Outcome r =
+        cp::multiByteToWideChar(page, flags, bytes.data(), int(bytes.size()), out, 16);
     return std::wstring(out, std::size_t(r.count));
 }
 
 std::string toBytes(unsigned page, const std::wstring& wide, bool* used) {
     char out[16];
-    const cp::Outcome r = cp::wideCharToMultiByte(page, 0, wide.data(), int(wide.size()), out, 16, nullptr, used);
+    const cp::Outcome r =
+        cp::wideCharToMultiByte(page, 0, wide.data(), int(wide.size()), out, 16, nullptr, used);
     return std::string(out, std::size_t(r.count));
 }
 
@@ -53,7 +55,8 @@ TEST(CodePageEngine, EveryValidPairSurvivesARoundTrip) {
             for (unsigned trail = 0x40; trail < 0x100; ++trail) {
                 const std::string code{char(lead), char(trail)};
                 const std::wstring unit = toWide(page.codePage, code, cp::kMbErrInvalidChars);
-                if (unit.size() == 1 && toWide(page.codePage, toBytes(page.codePage, unit, nullptr)) != unit)
+                if (unit.size() == 1 &&
+                    toWide(page.codePage, toBytes(page.codePage, unit, nullptr)) != unit)
                     ++broken;
             }
         }
@@ -78,13 +81,16 @@ TEST(CodePageEngine, RefusesWhatWindowsRefuses) {
     bool used = false;
     EXPECT_EQ(cp::multiByteToWideChar(28586, 0, "a", 1, w, 4).error, cp::kErrorInvalidParameter);
     EXPECT_EQ(cp::multiByteToWideChar(1252, 0, nullptr, 1, w, 4).error, cp::kErrorInvalidParameter);
-    EXPECT_EQ(cp::multiByteToWideChar(1252, 0, "a", 1, nullptr, 4).error, cp::kErrorInvalidParameter);
+    EXPECT_EQ(cp::multiByteToWideChar(1252, 0, "a", 1, nullptr, 4).error,
+              cp::kErrorInvalidParameter);
     EXPECT_EQ(cp::multiByteToWideChar(1252, 0x4, "a", 1, w, 4).error, cp::kErrorInvalidFlags);
     EXPECT_EQ(cp::wideCharToMultiByte(65001, 0, L"a", 1, b, 4, nullptr, &used).error,
               cp::kErrorInvalidParameter);
-    EXPECT_EQ(cp::wideCharToMultiByte(65001, cp::kWcNoBestFitChars, L"a", 1, b, 4, nullptr, nullptr).error,
+    EXPECT_EQ(cp::wideCharToMultiByte(65001, cp::kWcNoBestFitChars, L"a", 1, b, 4, nullptr, nullptr)
+                  .error,
               cp::kErrorInvalidFlags);
-    EXPECT_EQ(cp::wideCharToMultiByte(1252, cp::kWcErrInvalidChars, L"a", 1, b, 4, nullptr, nullptr).error,
+    EXPECT_EQ(cp::wideCharToMultiByte(1252, cp::kWcErrInvalidChars, L"a", 1, b, 4, nullptr, nullptr)
+                  .error,
               cp::kErrorInvalidFlags);
 }
 
@@ -94,7 +100,8 @@ TEST(CodePageEngine, CallerDefaultCharacter) {
     const cp::Outcome one = cp::wideCharToMultiByte(1252, 0, L"\x4E00", 1, out, 8, "*", &used);
     EXPECT_EQ(std::string(out, std::size_t(one.count)), "*");
     EXPECT_TRUE(used);
-    const cp::Outcome two = cp::wideCharToMultiByte(932, 0, L"\xAC00", 1, out, 8, "\x81\x48", &used);
+    const cp::Outcome two =
+        cp::wideCharToMultiByte(932, 0, L"\xAC00", 1, out, 8, "\x81\x48", &used);
     EXPECT_EQ(std::string(out, std::size_t(two.count)), "\x81\x48");
 }
 

@@ -63,8 +63,10 @@ TEST_F(CharOp, CharactersVersusBytesUnderADoubleBytePage) {
     EXPECT_EQ(XoCharOp::prev(text, text + 4), text + 2);
     EXPECT_EQ(XoCharOp::length(text), 2u);
     EXPECT_EQ(XoCharOp::numOfChars(text), 4u);
-    char reversed[] = "a\x82\xA0" "b";
-    EXPECT_STREQ(XoCharOp::reverse(reversed), "b\x82\xA0" "a");
+    char reversed[] = "a\x82\xA0"
+                      "b";
+    EXPECT_STREQ(XoCharOp::reverse(reversed), "b\x82\xA0"
+                                              "a");
     EXPECT_EQ(XoCharOp::length(static_cast<const char*>(nullptr)), 0u);
     EXPECT_EQ(XoCharOp::numOfChars(static_cast<const char*>(nullptr)), 0u);
 }

@@ -30,8 +30,9 @@ protected:
     // Texts of single bytes, lead bytes, trail bytes that look like ASCII, and lead
     // bytes at the end.
     std::vector<Bytes> texts() {
-        const unsigned char alphabet[] = {'a', 'b', 'A', 'Z', '\\', '@', ' ', '1', 0x81, 0x82, 0x88,
-                                          0xA1, 0xB0, 0xE0, 0x40, 0x5C, 0x7E, 0xA0, 0xFE};
+        const unsigned char alphabet[] = {'a',  'b',  'A',  'Z',  '\\', '@',  ' ',
+                                          '1',  0x81, 0x82, 0x88, 0xA1, 0xB0, 0xE0,
+                                          0x40, 0x5C, 0x7E, 0xA0, 0xFE};
         std::mt19937 random{unsigned(GetParam())};
         std::vector<Bytes> result;
         for (int i = 0; i < 3000; ++i) {
@@ -54,7 +55,9 @@ protected:
     int previous_ = 0;
 };
 
-int sign(int v) { return v < 0 ? -1 : v > 0; }
+int sign(int v) {
+    return v < 0 ? -1 : v > 0;
+}
 
 bool hasHighByte(const Bytes& text) {
     for (unsigned char c : text)
@@ -101,9 +104,11 @@ TEST_P(MultibyteDifferential, Comparisons) {
         EXPECT_EQ(sign(xo::mbcs::cmp(a, a2)), sign(_mbscmp(a, a2)));
         // On a single-byte page Wine compares case-insensitively as signed bytes;
         // Windows, and the library, compare unsigned.
-        const bool wineSigned = GetParam() == 1252 && (hasHighByte(all[i]) || hasHighByte(all[i + 1]));
+        const bool wineSigned =
+            GetParam() == 1252 && (hasHighByte(all[i]) || hasHighByte(all[i + 1]));
         if (!wineSigned) {
-            EXPECT_EQ(sign(xo::mbcs::icmp(a, b)), sign(_mbsicmp(a, b))) << hex(all[i]) << "| " << hex(all[i + 1]);
+            EXPECT_EQ(sign(xo::mbcs::icmp(a, b)), sign(_mbsicmp(a, b)))
+                << hex(all[i]) << "| " << hex(all[i + 1]);
         }
         for (std::size_t n = 0; n < 4; ++n) {
             EXPECT_EQ(sign(xo::mbcs::ncmp(a, b, n)), sign(_mbsncmp(a, b, n)));
@@ -143,7 +148,8 @@ TEST_P(MultibyteDifferential, SingleByteCharacterTests) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(CodePages, MultibyteDifferential, ::testing::Values(1252, 932, 936, 949, 950));
+INSTANTIATE_TEST_SUITE_P(CodePages, MultibyteDifferential,
+                         ::testing::Values(1252, 932, 936, 949, 950));
 
 } // namespace
 

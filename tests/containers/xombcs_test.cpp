@@ -11,7 +11,9 @@ namespace {
 
 using Bytes = std::basic_string<unsigned char>;
 
-const unsigned char* u(const char* s) { return reinterpret_cast<const unsigned char*>(s); }
+const unsigned char* u(const char* s) {
+    return reinterpret_cast<const unsigned char*>(s);
+}
 
 using MultibyteWalks = xotest::WithMultiByteCodePage<932>;
 
@@ -23,7 +25,8 @@ TEST_F(MultibyteWalks, CharactersAndBytes) {
     EXPECT_EQ(xo::mbcs::dec(text, text + 4), text + 2);
     EXPECT_EQ(xo::mbcs::dec(text, text), nullptr);
     // A trail byte that looks like a backslash belongs to its lead byte.
-    const unsigned char* table = u("\x95\x5C" "a");
+    const unsigned char* table = u("\x95\x5C"
+                                   "a");
     EXPECT_EQ(xo::mbcs::len(table), 2u);
     EXPECT_EQ(xo::mbcs::dec(table, table + 2), table);
 }
@@ -35,12 +38,14 @@ TEST_F(MultibyteWalks, LeadByteAtTheEnd) {
     EXPECT_EQ(xo::mbcs::ninc(text, 3), text + 1);
     EXPECT_EQ(xo::mbcs::dec(text, text + 2), text + 1);
     Bytes reversed = u("ab\x82\xA0\x82");
-    EXPECT_EQ(Bytes(xo::mbcs::rev(reversed.data())), Bytes(u("\x82\xA0" "ba\x82")));
+    EXPECT_EQ(Bytes(xo::mbcs::rev(reversed.data())), Bytes(u("\x82\xA0"
+                                                             "ba\x82")));
     EXPECT_GT(xo::mbcs::cmp(u("\x82"), u("\xFE")), 0); // a lone lead compares as lead << 8
 }
 
 TEST_F(MultibyteWalks, SearchSkipsTrailBytes) {
-    const unsigned char* text = u("a\x82\xA0" "b\xA0");
+    const unsigned char* text = u("a\x82\xA0"
+                                  "b\xA0");
     EXPECT_EQ(xo::mbcs::str(text, u("\xA0")), text + 4);
     EXPECT_EQ(xo::mbcs::str(text, u("b")), text + 3);
     EXPECT_EQ(xo::mbcs::str(text, u("")), text);

@@ -12,15 +12,17 @@ using Buffer = XoMemData<char, XoStrHeaderA, XoMemDataAllocator, XoPodReallocato
 
 // Reaches the protected gap opener, as the string classes do.
 struct Editable : Buffer {
-    using Buffer::Buffer;
     using Buffer::allocAt;
+    using Buffer::Buffer;
 };
 
 std::string text(const Buffer& b) {
     return b.count() == 0 ? std::string() : std::string(b.rawData(), b.count());
 }
 
-std::int32_t refs(const Buffer& b) { return b.header()->m_nRefs.load(); }
+std::int32_t refs(const Buffer& b) {
+    return b.header()->m_nRefs.load();
+}
 
 // A private buffer holding the text with exactly the given room.
 Buffer withRoom(const std::string& s, std::size_t room) {

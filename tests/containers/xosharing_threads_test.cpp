@@ -13,13 +13,14 @@ namespace {
 
 using Str = XoStringT<char, XoStrHeaderA>;
 
-std::int32_t refs(const Str& s) { return s.header()->m_nRefs.load(); }
+std::int32_t refs(const Str& s) {
+    return s.header()->m_nRefs.load();
+}
 
 constexpr int kThreads = 4;
 constexpr int kRounds = 3000;
 
-template <class Body>
-void onThreads(Body body) {
+template <class Body> void onThreads(Body body) {
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t)
         threads.emplace_back(body, t);

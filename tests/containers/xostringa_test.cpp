@@ -11,11 +11,17 @@ namespace {
 
 using Str = XoStringT<char, XoStrHeaderA>;
 
-std::int32_t refs(const Str& s) { return s.header()->m_nRefs.load(); }
+std::int32_t refs(const Str& s) {
+    return s.header()->m_nRefs.load();
+}
 
-std::string bytes(const Str& s) { return std::string(s.constStr(), std::size_t(s.numOfChars())); }
+std::string bytes(const Str& s) {
+    return std::string(s.constStr(), std::size_t(s.numOfChars()));
+}
 
-int acp() { return int(xo::platform::systemAnsiCodePage()); }
+int acp() {
+    return int(xo::platform::systemAnsiCodePage());
+}
 
 // A private header of its own with the code page.
 void expectOwnHeader(const XoStringA& s, int codePage, const char* what) {
@@ -95,7 +101,8 @@ TEST(XoStringA, AssignmentSharesTheHeaderAndItsCodePage) {
 using XoStringACodePage932 = xotest::WithMultiByteCodePage<932>;
 
 TEST_F(XoStringACodePage932, FindCountsBytesAndLengthCountsCharacters) {
-    const XoStringA text("a\x82\xA0" "b");
+    const XoStringA text("a\x82\xA0"
+                         "b");
     const Str& plain = text;
     EXPECT_EQ(text.length(), 3);
     EXPECT_EQ(text.numOfChars(), 4);
@@ -127,14 +134,20 @@ TEST_F(XoStringACodePage932, FindCountsBytesAndLengthCountsCharacters) {
     EXPECT_EQ(XoStringA().find("", 0), -1);
 
     // The string's own code page plays no part: the process's decides.
-    const XoStringA western("a\x82\xA0" "b", 4, 1252);
+    const XoStringA western("a\x82\xA0"
+                            "b",
+                            4, 1252);
     EXPECT_EQ(western.length(), 3);
 }
 
 TEST(XoStringA, LengthUnderASingleByteCodePage) {
     const int previous = xo::platform::multiByteCodePage();
     ASSERT_EQ(xo::platform::setMultiByteCodePage(1252), 0);
-    EXPECT_EQ(XoStringA("a\x82\xA0" "b", 4, 932).length(), 4);
+    EXPECT_EQ(XoStringA("a\x82\xA0"
+                        "b",
+                        4, 932)
+                  .length(),
+              4);
     xo::platform::setMultiByteCodePage(previous);
 }
 

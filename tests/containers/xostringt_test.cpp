@@ -17,17 +17,24 @@ namespace {
 
 using Str = XoStringT<char, XoStrHeaderA>;
 
-std::int32_t refs(const Str& s) { return s.header()->m_nRefs.load(); }
+std::int32_t refs(const Str& s) {
+    return s.header()->m_nRefs.load();
+}
 
 // The bytes of the text, embedded zeros included.
-std::string bytes(const Str& s) { return std::string(s.constStr(), std::size_t(s.numOfChars())); }
+std::string bytes(const Str& s) {
+    return std::string(s.constStr(), std::size_t(s.numOfChars()));
+}
 
-Str withZeros(const std::string& s) { return Str(s.data(), int(s.size())); }
+Str withZeros(const std::string& s) {
+    return Str(s.data(), int(s.size()));
+}
 
 using CodePage932 = xotest::WithMultiByteCodePage<932>;
 
 // a, one double-byte character, b: four bytes, three characters in code page 932.
-const char kMixed[] = "a\x82\xA0" "b";
+const char kMixed[] = "a\x82\xA0"
+                      "b";
 
 TEST(XoStringT, EmptyStringsShareTheStaticInstanceAndReadAStaticText) {
     const std::int32_t before = refs(Str()) - 1; // less the measuring temporary
@@ -123,7 +130,11 @@ TEST(XoStringT, CopiesShareUntilOneWrites) {
         {"rawStr", [](Str& s) { s.rawStr()[0] = 'S'; }},
         {"getBuffer", [](Str& s) { s.getBuffer(0)[0] = 'S'; }},
         {"releaseBuffer", [](Str& s) { s.releaseBuffer(2); }},
-        {"lockBuffer", [](Str& s) { s.lockBuffer()[0] = 'S'; s.unlockBuffer(); }},
+        {"lockBuffer",
+         [](Str& s) {
+             s.lockBuffer()[0] = 'S';
+             s.unlockBuffer();
+         }},
         {"assign", [](Str& s) { s.assign("other"); }},
     };
     for (const auto& [name, write] : writers) {
@@ -188,11 +199,16 @@ TEST_F(CodePage932, FindCountsCharacters) {
     EXPECT_EQ(text.findRev("c"), -1);
 
     // A trail byte is never a match of its own.
-    const Str trail("a\x82\xA0" "b\xA0");
+    const Str trail("a\x82\xA0"
+                    "b\xA0");
     EXPECT_EQ(trail.find("\xA0", 0), 3);
     EXPECT_EQ(trail.find('\xA0', 0), 3);
-    EXPECT_EQ(trail.findOneOf("\xA0" "b"), 2);
-    EXPECT_EQ(trail.findOneOfRev("\xA0" "b"), 3);
+    EXPECT_EQ(trail.findOneOf("\xA0"
+                              "b"),
+              2);
+    EXPECT_EQ(trail.findOneOfRev("\xA0"
+                                 "b"),
+              3);
     EXPECT_EQ(trail.findOneOfRev("a"), 0);
     EXPECT_EQ(trail.findOneOf("xyz"), -1);
     EXPECT_EQ(trail.findOneOf(""), -1);
@@ -210,7 +226,8 @@ TEST_F(CodePage932, TheProcessCodePageDecidesNotTheStringsOwn) {
 TEST_F(CodePage932, ReverseKeepsDoubleByteCharactersInOrder) {
     Str text(kMixed);
     text.makeReverse();
-    EXPECT_EQ(bytes(text), "b\x82\xA0" "a");
+    EXPECT_EQ(bytes(text), "b\x82\xA0"
+                           "a");
     Str empty;
     EXPECT_TRUE(empty.makeReverse().isEmptyData());
 }
@@ -287,14 +304,17 @@ TEST(XoStringT, ConcatAppendsWithTheBufferGrowth) {
     text += "9";
     text += Str("0");
     text += '\0';
-    EXPECT_EQ(bytes(text), std::string("abcdefghxy!?13469" "0\0", 19));
+    EXPECT_EQ(bytes(text), std::string("abcdefghxy!?13469"
+                                       "0\0",
+                                       19));
 
     // Pieces that lie in the string itself.
     Str self("ab");
     self += self;
     self.concat(self.constStr(), 1, self.constStr() + 3, 1);
     self.concat(self.constStr());
-    EXPECT_EQ(bytes(self), "ababab" "ababab");
+    EXPECT_EQ(bytes(self), "ababab"
+                           "ababab");
 
     // An empty string shares what it is given.
     Str empty;
@@ -402,9 +422,11 @@ TEST(XoStringT, ReplaceCountsAndRewrites) {
 }
 
 TEST_F(CodePage932, ReplaceSkipsTrailBytes) {
-    Str text("\x82\xA0" "\xA0");
+    Str text("\x82\xA0"
+             "\xA0");
     EXPECT_EQ(text.replace("\xA0", "z"), 1);
-    EXPECT_EQ(bytes(text), "\x82\xA0" "z");
+    EXPECT_EQ(bytes(text), "\x82\xA0"
+                           "z");
 }
 
 TEST(XoStringT, OperationsKeptAsEntryPointsChangeNothing) {

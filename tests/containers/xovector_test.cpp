@@ -15,8 +15,7 @@
 namespace {
 
 // An element allocator that can be told to fail.
-template <class T>
-struct FlakyAllocator {
+template <class T> struct FlakyAllocator {
     static inline bool fail = false;
     static T* allocate(std::int32_t n) { return fail ? nullptr : new (std::nothrow) T[n](); }
     static void deallocate(T* elements) { delete[] elements; }
@@ -34,8 +33,7 @@ struct Recorder : VeskCrashRecorder {
 
 // The status of the XoErrorStatus that f throws, checking the throw pattern on the way;
 // eOk when nothing is thrown.
-template <class F>
-Vesk::ErrorStatus thrownStatus(F f) {
+template <class F> Vesk::ErrorStatus thrownStatus(F f) {
     Recorder recorder;
     veskSetCrashRecorder(&recorder);
     Vesk::ErrorStatus status = Vesk::eOk;
@@ -52,7 +50,9 @@ Vesk::ErrorStatus thrownStatus(F f) {
     return status;
 }
 
-std::uint32_t emptyBlockRefs() { return gpEmptyVectorData->m_nRefs.load(); }
+std::uint32_t emptyBlockRefs() {
+    return gpEmptyVectorData->m_nRefs.load();
+}
 
 XoVector<int> numbers(int n) {
     XoVector<int> v;
@@ -61,7 +61,9 @@ XoVector<int> numbers(int n) {
     return v;
 }
 
-std::vector<int> contents(const XoVector<int>& v) { return std::vector<int>(v.begin(), v.end()); }
+std::vector<int> contents(const XoVector<int>& v) {
+    return std::vector<int>(v.begin(), v.end());
+}
 
 TEST(XoVector, FirstAppendMakesRoomForTheGrowLength) {
     XoVector<int> v;

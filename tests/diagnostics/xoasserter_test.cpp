@@ -52,7 +52,9 @@ TEST(XoAsserter, BuiltInReportCopesWithNullAndLongTextsAndContinues) {
 
 std::vector<std::wstring> g_traces;
 
-void keepTrace(const wchar_t* text) { g_traces.emplace_back(text); }
+void keepTrace(const wchar_t* text) {
+    g_traces.emplace_back(text);
+}
 void keepTraceA(const char*) {}
 
 class Tracing : public ::testing::Test {

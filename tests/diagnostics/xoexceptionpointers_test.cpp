@@ -46,12 +46,14 @@ TEST(ExceptionPointers, DeepCopiesTheRecordChainAndTheContext) {
     ASSERT_NE(second, nullptr);
     EXPECT_NE(second, &inner);
     EXPECT_EQ(second->ExceptionRecord, nullptr);
-    EXPECT_EQ(std::memcmp(reinterpret_cast<char*>(first) + sizeof(void*) * 0,
-                          &outer, offsetof(Record, ExceptionRecord)), 0);
+    EXPECT_EQ(std::memcmp(reinterpret_cast<char*>(first) + sizeof(void*) * 0, &outer,
+                          offsetof(Record, ExceptionRecord)),
+              0);
     EXPECT_EQ(first->ExceptionCode, outer.ExceptionCode);
     EXPECT_EQ(first->ExceptionAddress, outer.ExceptionAddress);
     EXPECT_EQ(std::memcmp(second->ExceptionInformation, inner.ExceptionInformation,
-                          sizeof inner.ExceptionInformation), 0);
+                          sizeof inner.ExceptionInformation),
+              0);
 
     ASSERT_NE(copy->ContextRecord, nullptr);
     EXPECT_NE(static_cast<void*>(copy->ContextRecord), static_cast<void*>(&context));

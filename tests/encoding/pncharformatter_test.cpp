@@ -21,11 +21,15 @@ unsigned le32(unsigned b0, unsigned b1, unsigned b2, unsigned b3) {
     return b0 | b1 << 8 | b2 << 16 | b3 << 24;
 }
 
-bool westernSystem() { return xo::platform::systemAnsiCodePage() == 1252; }
-bool japaneseSystem() { return xo::platform::systemAnsiCodePage() == 932; }
+bool westernSystem() {
+    return xo::platform::systemAnsiCodePage() == 1252;
+}
+bool japaneseSystem() {
+    return xo::platform::systemAnsiCodePage() == 932;
+}
 
-#define REQUIRE_SYSTEM(condition, page)                                                                        \
-    if (!(condition))                                                                                          \
+#define REQUIRE_SYSTEM(condition, page)                                                            \
+    if (!(condition))                                                                              \
     GTEST_SKIP() << "needs system ANSI code page " << (page)
 
 TEST(PnCharFormatter, FieldsDefaultsAndSettersReturningThePreviousValue) {
@@ -82,7 +86,8 @@ TEST(PnCharFormatter, GetBOMGivesTheMarkAndItsLength) {
         unsigned format;
         unsigned mark;
         int length;
-    } marks[] = {{2, 0xBFBBEF, 3}, {3, 0xFEFF, 2}, {4, 0xFFFE, 2}, {5, 0x0000FEFF, 4}, {6, 0xFFFE0000, 4}};
+    } marks[] = {
+        {2, 0xBFBBEF, 3}, {3, 0xFEFF, 2}, {4, 0xFFFE, 2}, {5, 0x0000FEFF, 4}, {6, 0xFFFE0000, 4}};
     for (const auto& m : marks) {
         unsigned mark = 0x12345678;
         EXPECT_EQ(PnCharFormatter::getBOM(mark, m.format), m.length) << m.format;
@@ -105,7 +110,9 @@ TEST(PnCharFormatter, WcsLengthCountsUnitsBeforeTheTerminator) {
 
 // --- One character ---
 
-Bytes written(char* buffer, unsigned n) { return Bytes(buffer, n); }
+Bytes written(char* buffer, unsigned n) {
+    return Bytes(buffer, n);
+}
 
 TEST(PnCharFormatter, WcharToBytesFollowsTheFormat) {
     char out[8];
@@ -147,17 +154,24 @@ TEST(PnCharFormatter, WcharToAnsiOrUtf8) {
     for (unsigned room : {0u, 1u}) {
         std::memset(out, 'x', sizeof out);
         EXPECT_EQ(PnCharFormatter::wcharToAnsiOrUtf8(L'A', out, room, true, false, false), 0u);
-        EXPECT_EQ(PnCharFormatter::wcharToAnsiOrUtf8(L'\x4E2D', out, room, false, false, false), 0u);
+        EXPECT_EQ(PnCharFormatter::wcharToAnsiOrUtf8(L'\x4E2D', out, room, false, false, false),
+                  0u);
         EXPECT_EQ(Bytes(out, 8), "xxxxxxxx");
     }
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'A', out, 2, true, true, true)), "A");
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\n', out, 2, true, true, true)), "\r\n");
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\n', out, 2, false, false, false)), "\n");
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\r', out, 2, false, false, true)), "\r");
+    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'A', out, 2, true, true, true)),
+              "A");
+    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\n', out, 2, true, true, true)),
+              "\r\n");
+    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\n', out, 2, false, false, false)),
+              "\n");
+    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\r', out, 2, false, false, true)),
+              "\r");
     // UTF-8 ignores useCIF.
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\x4E2D', out, 2, false, true, true)),
-              "\xE4\xB8\xAD");
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\x80', out, 2, false, true, true)), "\xC2\x80");
+    EXPECT_EQ(
+        written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\x4E2D', out, 2, false, true, true)),
+        "\xE4\xB8\xAD");
+    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\x80', out, 2, false, true, true)),
+              "\xC2\x80");
 }
 
 TEST(PnCharFormatter, WcharToAnsiWithCIFEscapesWhatTheSystemCodePageLacks) {
@@ -172,18 +186,28 @@ TEST(PnCharFormatter, WcharToAnsiWithCIFEscapesWhatTheSystemCodePageLacks) {
     // No best fit with CIF: U+0100 would otherwise become "A".
     EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\x100', out, 7, true, true, false)),
               "\\U+0100");
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\x100', out, 7, true, false, false)), "A");
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\xE9', out, 7, true, true, false)), "\xE9");
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\x20AC', out, 7, true, true, false)), "\x80");
+    EXPECT_EQ(
+        written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\x100', out, 7, true, false, false)),
+        "A");
+    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\xE9', out, 7, true, true, false)),
+              "\xE9");
+    EXPECT_EQ(
+        written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\x20AC', out, 7, true, true, false)),
+        "\x80");
 }
 
 TEST(PnCharFormatter, WcharToUtf16) {
     char out[8];
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToUtf16(L'A', out, 2, true, true)), Bytes("A\0", 2));
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToUtf16(L'A', out, 2, false, true)), Bytes("\0A", 2));
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToUtf16(L'\xFEFF', out, 2, true, true)), "\xFF\xFE");
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToUtf16(L'\n', out, 4, false, true)), Bytes("\0\r\0\n", 4));
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToUtf16(L'\n', out, 4, true, false)), Bytes("\n\0", 2));
+    EXPECT_EQ(written(out, PnCharFormatter::wcharToUtf16(L'A', out, 2, true, true)),
+              Bytes("A\0", 2));
+    EXPECT_EQ(written(out, PnCharFormatter::wcharToUtf16(L'A', out, 2, false, true)),
+              Bytes("\0A", 2));
+    EXPECT_EQ(written(out, PnCharFormatter::wcharToUtf16(L'\xFEFF', out, 2, true, true)),
+              "\xFF\xFE");
+    EXPECT_EQ(written(out, PnCharFormatter::wcharToUtf16(L'\n', out, 4, false, true)),
+              Bytes("\0\r\0\n", 4));
+    EXPECT_EQ(written(out, PnCharFormatter::wcharToUtf16(L'\n', out, 4, true, false)),
+              Bytes("\n\0", 2));
     // The expanded line feed takes 4 bytes whatever the room beyond 2 (kept).
     std::memset(out, 'x', sizeof out);
     EXPECT_EQ(PnCharFormatter::wcharToUtf16(L'\n', out, 2, true, true), 4u);
@@ -210,7 +234,8 @@ TEST(PnCharFormatter, MIFDigitsInEveryDirection) {
         EXPECT_EQ(PnCharFormatter::winCodePageFromMIFIndex(r.index), r.winCp);
         EXPECT_EQ(PnCharFormatter::MIFIndexFromWinCodePage(r.winCp), r.index);
         // The second forms here, the ANSI forms from the digit elsewhere; both required.
-        EXPECT_EQ(PnCharFormatter::codePageIdFromMIFIndex(static_cast<unsigned char>(r.index)), r.second);
+        EXPECT_EQ(PnCharFormatter::codePageIdFromMIFIndex(static_cast<unsigned char>(r.index)),
+                  r.second);
         EXPECT_EQ(mapCodepage(short('0' + r.index)), r.ansi);
         EXPECT_EQ(unsigned(PnCharFormatter::MIFIndexFromCodePageId(r.second)), r.index);
         EXPECT_EQ(unsigned(PnCharFormatter::MIFIndexFromCodePageId(r.ansi)), r.index);
@@ -220,7 +245,8 @@ TEST(PnCharFormatter, MIFDigitsInEveryDirection) {
     for (unsigned other : {0u, 1u, 1252u, 10002u, 20936u, 65001u})
         EXPECT_EQ(PnCharFormatter::MIFIndexFromWinCodePage(other), 0u) << other;
     for (unsigned char other : {0, 6, 49, 255})
-        EXPECT_EQ(PnCharFormatter::codePageIdFromMIFIndex(other), CODE_PAGE_UNDEFINED) << int(other);
+        EXPECT_EQ(PnCharFormatter::codePageIdFromMIFIndex(other), CODE_PAGE_UNDEFINED)
+            << int(other);
     for (int other : {0, 1, 30, 43, 45, 46, 47})
         EXPECT_EQ(PnCharFormatter::MIFIndexFromCodePageId(code_page_id(other)), 0) << other;
 }
@@ -235,11 +261,12 @@ TEST(PnCharFormatter, IsNativeToCodePageCountsTheBytesWithoutBestFit) {
     EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\x4E2D', 932, out, 0), 2);
     EXPECT_EQ(Bytes(out, 2), "\x92\x86");
     EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\x4E2D', 932, nullptr, 0), 2);
-    EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\xFF71', 932, out, 0), 1); // half-width katakana
+    EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\xFF71', 932, out, 0),
+              1); // half-width katakana
     EXPECT_EQ(out[0], '\xB1');
     EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\x4E2D', 1252, nullptr, 0), 0);
-    EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\x100', 1252, nullptr, 0), 0);   // best fit "A"
-    EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\xA5', 932, nullptr, 0), 0);     // best fit "\"
+    EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\x100', 1252, nullptr, 0), 0); // best fit "A"
+    EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\xA5', 932, nullptr, 0), 0);   // best fit "\"
     EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\xE9', 12345, nullptr, 0), 0); // no such page
 }
 
@@ -275,9 +302,11 @@ Wide decoded(const Wide& in) {
 }
 
 TEST(PnCharFormatter, WcharFromCIFMIFDecodesBothEscapes) {
-    EXPECT_EQ(decoded(L"a\\U+00B0b"), L"a\xB0" L"b");
+    EXPECT_EQ(decoded(L"a\\U+00B0b"), L"a\xB0"
+                                      L"b");
     wchar_t out[8];
-    EXPECT_EQ(PnCharFormatter::wcharFromCIFMIF(L"\\U+00B0", out, 8), 2); // the escape counts one unit
+    EXPECT_EQ(PnCharFormatter::wcharFromCIFMIF(L"\\U+00B0", out, 8),
+              2); // the escape counts one unit
     EXPECT_EQ(PnCharFormatter::wcharFromCIFMIF(L"", out, 8), 1);
     EXPECT_EQ(decoded(L"\\u+4e2d\\U+4E2D\\U+4e2D"), L"\x4E2D\x4E2D\x4E2D");
     EXPECT_EQ(decoded(L"\\U+0041\\U+0042"), L"AB");
@@ -287,8 +316,9 @@ TEST(PnCharFormatter, WcharFromCIFMIFDecodesBothEscapes) {
 }
 
 TEST(PnCharFormatter, WcharFromCIFMIFLeavesWhatIsNoEscapeAsText) {
-    for (const wchar_t* text : {L"\\U+00B", L"\\U+", L"\\U", L"\\", L"\\U-0041", L"\\X+0041", L"\\U+00G1",
-                                L"\\U 0041", L"\\M+09286", L"\\M+69286", L"\\M+1928", L"\\M+x9286"})
+    for (const wchar_t* text :
+         {L"\\U+00B", L"\\U+", L"\\U", L"\\", L"\\U-0041", L"\\X+0041", L"\\U+00G1", L"\\U 0041",
+          L"\\M+09286", L"\\M+69286", L"\\M+1928", L"\\M+x9286"})
         EXPECT_EQ(decoded(text), text);
     // Codes that are not one character of the page, or that it refuses.
     EXPECT_EQ(decoded(L"\\M+10041"), L"\\M+10041");
@@ -316,14 +346,17 @@ TEST(PnCharFormatter, WcharFromCIFMIFModesAndBounds) {
     // A full output ends the text unterminated.
     std::fill(out, out + 4, L'#');
     EXPECT_EQ(PnCharFormatter::wcharFromCIFMIF(L"a\\U+4E2Dcd", out, 3), 3);
-    EXPECT_EQ(Wide(out, 4), L"a\x4E2D" L"c#");
+    EXPECT_EQ(Wide(out, 4), L"a\x4E2D"
+                            L"c#");
     EXPECT_EQ(PnCharFormatter::wcharFromCIFMIF(L"abc", out, 4), 4);
     EXPECT_EQ(Wide(out, 4), Wide(L"abc\0", 4));
 
     // In place: the tail behind the new terminator stays as it was.
     wchar_t text[] = L"x\\U+4E2Dy";
     EXPECT_EQ(PnCharFormatter::wcharFromCIFMIF(text, nullptr, -7), 4);
-    EXPECT_EQ(Wide(text, 5), Wide(L"x\x4E2Dy\0" L"4", 5));
+    EXPECT_EQ(Wide(text, 5), Wide(L"x\x4E2Dy\0"
+                                  L"4",
+                                  5));
 }
 
 TEST(PnCharFormatter, WcharNonNativeToCIFEscapesWhatTheSystemCodePageLacks) {
@@ -353,7 +386,8 @@ TEST(PnCharFormatter, WcharNonNativeToCIFStopsWithRoomForTheTerminator) {
     EXPECT_EQ(Wide(out, 6), Wide(L"abcd\0#", 6));
     EXPECT_EQ(PnCharFormatter::wcharNonNativeToCIF(L"abcdefg", out, 1, false), 1);
     EXPECT_EQ(out[0], 0);
-    // U+2C00 (Glagolitic) is in no ANSI code page. The escape needs 8 units of room, its own 7 and the terminator's.
+    // U+2C00 (Glagolitic) is in no ANSI code page. The escape needs 8 units of room, its own 7 and
+    // the terminator's.
     std::fill(out, out + 16, L'#');
     EXPECT_EQ(PnCharFormatter::wcharNonNativeToCIF(L"a\x2C00z", out, 8, false), 2);
     EXPECT_EQ(Wide(out, 3), Wide(L"a\0#", 3));
@@ -380,7 +414,8 @@ TEST(PnCharFormatter, WcharNonNativeToRTFWritesUnicodeEscapes) {
     Bytes out = rtf(1252, text, -1, 64, &outLen, &read);
     EXPECT_EQ(read, 5);
     EXPECT_EQ(outLen, 1 + 1 + 6 + 7 + 8 + 1);
-    EXPECT_EQ(out.substr(0, std::size_t(outLen)), Bytes("A\xE9\\u916?\\u7680?\\u20013?", 23) + '\0');
+    EXPECT_EQ(out.substr(0, std::size_t(outLen)),
+              Bytes("A\xE9\\u916?\\u7680?\\u20013?", 23) + '\0');
     // Only counting: the same numbers, nothing bounds them.
     outLen = 0;
     EXPECT_EQ(PnCharFormatter::wcharNonNativeToRTF(1252u, text.c_str(), -1, nullptr, &outLen), 5);
@@ -437,20 +472,24 @@ TEST(PnCharFormatter, WcharNonNativeToRTFRefusesBadArguments) {
     EXPECT_EQ(PnCharFormatter::wcharNonNativeToRTF(1252u, L"A", -1, out, &outLen), 0);
     EXPECT_EQ(outLen, 0);
     outLen = 0;
-    EXPECT_EQ(PnCharFormatter::wcharNonNativeToRTF(CODE_PAGE_WIN_WESTERN, L"A", -1, out, &outLen), 0);
+    EXPECT_EQ(PnCharFormatter::wcharNonNativeToRTF(CODE_PAGE_WIN_WESTERN, L"A", -1, out, &outLen),
+              0);
 }
 
 TEST(PnCharFormatter, WcharNonNativeToRTFByIdentifierEscapesEverything) {
     char out[32];
     std::memset(out, 'x', sizeof out);
     int outLen = 32;
-    EXPECT_EQ(PnCharFormatter::wcharNonNativeToRTF(CODE_PAGE_WIN_WESTERN, L"A\xE9\x4E2D", -1, out, &outLen), 3);
+    EXPECT_EQ(PnCharFormatter::wcharNonNativeToRTF(CODE_PAGE_WIN_WESTERN, L"A\xE9\x4E2D", -1, out,
+                                                   &outLen),
+              3);
     EXPECT_EQ(outLen, 6 + 6 + 8 + 1);
     // "A" is 65: two digits right-aligned in a field of three leave one byte unwritten.
     EXPECT_EQ(Bytes(out, std::size_t(outLen) + 1), Bytes("\\ux65?\\u233?\\u20013?\0x", 22));
     std::memset(out, 'x', sizeof out);
     outLen = 32;
-    EXPECT_EQ(PnCharFormatter::wcharNonNativeToRTF(CODE_PAGE_JAPANESE, Wide(L"\t\0", 2).c_str(), 2, out, &outLen),
+    EXPECT_EQ(PnCharFormatter::wcharNonNativeToRTF(CODE_PAGE_JAPANESE, Wide(L"\t\0", 2).c_str(), 2,
+                                                   out, &outLen),
               2);
     EXPECT_EQ(Bytes(out, std::size_t(outLen)), "\\uxx9?\\uxx0?");
 }

@@ -16,11 +16,17 @@
 
 namespace {
 
-int systemAnsi() { return int(xo::platform::systemAnsiCodePage()); }
+int systemAnsi() {
+    return int(xo::platform::systemAnsiCodePage());
+}
 
-XoStringA bytes(const std::string& s) { return XoStringA(s.data(), int(s.size())); }
+XoStringA bytes(const std::string& s) {
+    return XoStringA(s.data(), int(s.size()));
+}
 
-std::string text(const XoStringA& s) { return std::string(s.constStr(), std::size_t(s.numOfChars())); }
+std::string text(const XoStringA& s) {
+    return std::string(s.constStr(), std::size_t(s.numOfChars()));
+}
 
 // The characters up to the first 0 result, with the byte offset each one ends at.
 struct Walk {
@@ -38,8 +44,7 @@ Walk walk(const XoStringA& s, code_page_id page) {
     return w;
 }
 
-template <class T>
-T fieldAt(const XoAnsiTextIterator& it, std::size_t offset) {
+template <class T> T fieldAt(const XoAnsiTextIterator& it, std::size_t offset) {
     T value;
     std::memcpy(&value, reinterpret_cast<const unsigned char*>(&it) + offset, sizeof value);
     return value;
@@ -52,14 +57,14 @@ TEST(XoAnsiTextIterator, FieldsLieInTheirOrder) {
     XoAnsiTextIterator it(s, CODE_PAGE_JAPANESE);
     it.nextChar();
     it.nextChar();
-    EXPECT_EQ(fieldAt<const char*>(it, 0), s.constStr());     // base
-    EXPECT_EQ(fieldAt<const char*>(it, 8), s.constStr() + 2); // cursor
-    EXPECT_EQ(fieldAt<std::uint32_t>(it, 16), 3u);            // length
-    EXPECT_EQ(fieldAt<std::int32_t>(it, 20), 38);             // code page
-    EXPECT_EQ(fieldAt<std::uint16_t>(it, 24), 'b');           // current
+    EXPECT_EQ(fieldAt<const char*>(it, 0), s.constStr());      // base
+    EXPECT_EQ(fieldAt<const char*>(it, 8), s.constStr() + 2);  // cursor
+    EXPECT_EQ(fieldAt<std::uint32_t>(it, 16), 3u);             // length
+    EXPECT_EQ(fieldAt<std::int32_t>(it, 20), 38);              // code page
+    EXPECT_EQ(fieldAt<std::uint16_t>(it, 24), 'b');            // current
     EXPECT_EQ(fieldAt<const char*>(it, 32), s.constStr() + 1); // start of current
     EXPECT_EQ(fieldAt<const char*>(it, 40), s.constStr() + 3); // end
-    EXPECT_EQ(fieldAt<bool>(it, 48), true);                   // double-byte page
+    EXPECT_EQ(fieldAt<bool>(it, 48), true);                    // double-byte page
 }
 
 TEST(XoAnsiTextIterator, DefaultConstructorLeavesTheObjectAsItWas) {
@@ -145,8 +150,10 @@ TEST(XoAnsiTextIterator, LeadBytesJoinOnlyInDoubleBytePages) {
               std::vector<unsigned>({0x82}));
 
     // 0xB0 leads in GBK but not in Shift-JIS.
-    EXPECT_EQ(walk(bytes("\xB0\xA1"), CODE_PAGE_SIMPLIFIED_CHINESE).chars, std::vector<unsigned>({0xB0A1}));
-    EXPECT_EQ(walk(bytes("\xB0\xA1"), CODE_PAGE_JAPANESE).chars, std::vector<unsigned>({0xB0, 0xA1}));
+    EXPECT_EQ(walk(bytes("\xB0\xA1"), CODE_PAGE_SIMPLIFIED_CHINESE).chars,
+              std::vector<unsigned>({0xB0A1}));
+    EXPECT_EQ(walk(bytes("\xB0\xA1"), CODE_PAGE_JAPANESE).chars,
+              std::vector<unsigned>({0xB0, 0xA1}));
 }
 
 TEST(XoAnsiTextIterator, SystemAnsiIdentifierNeverJoinsEvenOnAJapaneseSystem) {
@@ -335,7 +342,8 @@ TEST(XoAnsiTextIterator, CopiesWalkOnTheirOwn) {
 
 TEST(XoAnsiTextIterator, NotRequiredOnlyForSingleBytePagesWithoutBackslash) {
     EXPECT_TRUE(XoAnsiTextIterator::XoAnsiTextIteratorNotRequired("abc", CODE_PAGE_WIN_WESTERN));
-    EXPECT_TRUE(XoAnsiTextIterator::XoAnsiTextIteratorNotRequired(XoStringA(), CODE_PAGE_WIN_WESTERN));
+    EXPECT_TRUE(
+        XoAnsiTextIterator::XoAnsiTextIteratorNotRequired(XoStringA(), CODE_PAGE_WIN_WESTERN));
     EXPECT_FALSE(XoAnsiTextIterator::XoAnsiTextIteratorNotRequired("a\\b", CODE_PAGE_WIN_WESTERN));
     EXPECT_FALSE(XoAnsiTextIterator::XoAnsiTextIteratorNotRequired("\\", CODE_PAGE_UTF8));
     for (code_page_id page : {CODE_PAGE_SIMPLIFIED_CHINESE, CODE_PAGE_SIMPLIFIED_CHINESE_SECOND,

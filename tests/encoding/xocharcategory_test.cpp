@@ -5,7 +5,9 @@
 
 namespace {
 
-const XoCharCategory& category() { return *XoCharCategory::instance(); }
+const XoCharCategory& category() {
+    return *XoCharCategory::instance();
+}
 
 TEST(XoCharCategory, UnitsInTwoSetsStayInBoth) {
     EXPECT_TRUE(category().isRightPunctuation(L'\xFF09'));
@@ -24,8 +26,8 @@ TEST(XoCharCategory, Membership) {
     EXPECT_TRUE(category().isLeftPunctuation(L'+'));
     EXPECT_FALSE(category().isQuotationPunctuation(L'\x201E'));
     EXPECT_TRUE(category().isLeftPunctuation(L'\x201E'));
-    EXPECT_TRUE(category().isLeftPunctuation(L'\x0024'));  // first of its list
-    EXPECT_TRUE(category().isLeftPunctuation(L'\xFFE5'));  // last, listed twice
+    EXPECT_TRUE(category().isLeftPunctuation(L'\x0024')); // first of its list
+    EXPECT_TRUE(category().isLeftPunctuation(L'\xFFE5')); // last, listed twice
     EXPECT_TRUE(category().isNormalPunctuation(L'\xFFE0'));
     EXPECT_FALSE(category().isNormalPunctuation(L'\xFFFF'));
     EXPECT_FALSE(category().isPunctuation(L'\0'));
@@ -36,7 +38,8 @@ TEST(XoCharCategory, AllIsTheUnionOfTheFourSets) {
     for (unsigned u = 0; u < 0x10000; ++u) {
         const wchar_t ch = wchar_t(u);
         const bool any = category().isLeftPunctuation(ch) || category().isRightPunctuation(ch) ||
-                         category().isNormalPunctuation(ch) || category().isQuotationPunctuation(ch);
+                         category().isNormalPunctuation(ch) ||
+                         category().isQuotationPunctuation(ch);
         EXPECT_EQ(category().isPunctuation(ch), any) << u;
         members += any;
     }

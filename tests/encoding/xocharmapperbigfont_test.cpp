@@ -63,16 +63,19 @@ TEST_F(BigFont, TheTwelveKnownNamesInAnyCase) {
         {L"@extfont2.shx", 1}, {L"bigfont.shx", 1}, {L"chineset.shx", 2}, {L"extfont.shx", 1},
         {L"extfont2.shx", 1},  {L"gbcbig.shx", 5},  {L"whgdtxt.shx", 3},  {L"whgtxt.shx", 3},
         {L"whtgtxt.shx", 3},   {L"whtmtxt.shx", 3}, {L"visiojp.shx", 1},  {L"visiotc.shx", 2}};
-    const code_page_id byIndex[6] = {CODE_PAGE_UNDEFINED,           CODE_PAGE_JAPANESE, CODE_PAGE_TRADITIONAL_CHINESE,
-                                     CODE_PAGE_KOREAN,              CODE_PAGE_JOHAB,    CODE_PAGE_SIMPLIFIED_CHINESE};
+    const code_page_id byIndex[6] = {
+        CODE_PAGE_UNDEFINED, CODE_PAGE_JAPANESE, CODE_PAGE_TRADITIONAL_CHINESE,
+        CODE_PAGE_KOREAN,    CODE_PAGE_JOHAB,    CODE_PAGE_SIMPLIFIED_CHINESE};
     FakeReader reader({});
     for (const auto& font : known) {
         std::wstring upper = font.first;
         for (wchar_t& c : upper)
             c = wchar_t(std::towupper(c));
-        EXPECT_EQ(XoCharMapper::getCpIndexByBigFont(font.first, &reader), font.second) << font.first;
+        EXPECT_EQ(XoCharMapper::getCpIndexByBigFont(font.first, &reader), font.second)
+            << font.first;
         EXPECT_EQ(XoCharMapper::getCpIndexByBigFont(upper.c_str(), &reader), font.second) << upper;
-        EXPECT_EQ(XoCharMapper::getCpByBigFont(upper.c_str(), &reader), byIndex[font.second]) << upper;
+        EXPECT_EQ(XoCharMapper::getCpByBigFont(upper.c_str(), &reader), byIndex[font.second])
+            << upper;
         EXPECT_EQ(XoCharMapper::getCodepageByBigFont(font.first, &reader), byIndex[font.second]);
         EXPECT_EQ(XoCharMapper::getCpByBigFontExact(font.first, &reader), byIndex[font.second]);
     }
@@ -85,11 +88,13 @@ TEST_F(BigFont, NamesArePreparedPerLookup) {
     EXPECT_EQ(XoCharMapper::getCodepageByBigFont(L"gbcbig", nullptr), CODE_PAGE_SIMPLIFIED_CHINESE);
     EXPECT_EQ(XoCharMapper::getCpByBigFontExact(L"GBCBIG", nullptr), CODE_PAGE_UNDEFINED);
     // Folders before the last "/" go, except for the index lookup.
-    EXPECT_EQ(XoCharMapper::getCpByBigFont(L"C:/cad/fonts/chineset.shx", nullptr), CODE_PAGE_TRADITIONAL_CHINESE);
+    EXPECT_EQ(XoCharMapper::getCpByBigFont(L"C:/cad/fonts/chineset.shx", nullptr),
+              CODE_PAGE_TRADITIONAL_CHINESE);
     EXPECT_EQ(XoCharMapper::getCpByBigFontExact(L"fonts/whgtxt.shx", nullptr), CODE_PAGE_KOREAN);
     EXPECT_EQ(XoCharMapper::getCodepageByBigFont(L"fonts/whgtxt", nullptr), CODE_PAGE_KOREAN);
     // A backslash is no folder separator here, and a dot anywhere stops the extension.
-    EXPECT_EQ(XoCharMapper::getCodepageByBigFont(L"fonts\\gbcbig.shx", nullptr), CODE_PAGE_UNDEFINED);
+    EXPECT_EQ(XoCharMapper::getCodepageByBigFont(L"fonts\\gbcbig.shx", nullptr),
+              CODE_PAGE_UNDEFINED);
     EXPECT_EQ(XoCharMapper::getCodepageByBigFont(L"gbcbig.fnt", nullptr), CODE_PAGE_UNDEFINED);
     // Nothing left of the name, or no name.
     FakeReader reader({{L"", 1}, {L".shx", 5}});
@@ -113,11 +118,13 @@ TEST_F(BigFont, TheUserListIsReadOncePerFlavour) {
     EXPECT_EQ(reader.readPath, L"C:/Fonts/BIGFONT.INI");
     // The same flavour (locale fallback) does not read it again.
     EXPECT_EQ(XoCharMapper::getCpIndexByBigFont(L"ODD.SHX", &reader), 7);
-    EXPECT_EQ(XoCharMapper::getCpByBigFont(L"odd", &reader), CODE_PAGE_UNDEFINED); // index 7 has no page
+    EXPECT_EQ(XoCharMapper::getCpByBigFont(L"odd", &reader),
+              CODE_PAGE_UNDEFINED); // index 7 has no page
     EXPECT_EQ(reader.reads, 1);
     // The other flavour reads it once for itself, into the same list.
     EXPECT_EQ(XoCharMapper::getCodepageByBigFont(L"HZ", &reader), CODE_PAGE_SIMPLIFIED_CHINESE);
-    EXPECT_EQ(XoCharMapper::getCpByBigFontExact(L"dir/hz.shx", &reader), CODE_PAGE_SIMPLIFIED_CHINESE);
+    EXPECT_EQ(XoCharMapper::getCpByBigFontExact(L"dir/hz.shx", &reader),
+              CODE_PAGE_SIMPLIFIED_CHINESE);
     EXPECT_EQ(reader.finds, 2);
     EXPECT_EQ(reader.reads, 2);
     // Once read, the list answers without a reader too.

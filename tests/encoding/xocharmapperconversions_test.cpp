@@ -46,11 +46,11 @@ ByteVector holding(const std::string& text) {
 }
 
 // Converted by the first multiByteToWideChar form into a fresh vector.
-std::wstring toWide(code_page_id id, const std::string& text, bool stop = false, bool dropBackslash = false,
-                    bool* result = nullptr) {
+std::wstring toWide(code_page_id id, const std::string& text, bool stop = false,
+                    bool dropBackslash = false, bool* result = nullptr) {
     WideVector out;
-    const bool converted = XoCharMapper::multiByteToWideChar(id, text.data(), int(text.size()), out, stop,
-                                                             dropBackslash);
+    const bool converted = XoCharMapper::multiByteToWideChar(id, text.data(), int(text.size()), out,
+                                                             stop, dropBackslash);
     if (result)
         *result = converted;
     return all(out);
@@ -89,15 +89,16 @@ std::string toUtf8(const std::wstring& text, int length) {
 // Replaces the load-time version word for one scope.
 class VersionWord {
 public:
-    explicit VersionWord(std::uint32_t word) : before_(xo::platform::replaceLoadTimeVersionWord(word)) {}
+    explicit VersionWord(std::uint32_t word)
+        : before_(xo::platform::replaceLoadTimeVersionWord(word)) {}
     ~VersionWord() { xo::platform::replaceLoadTimeVersionWord(before_); }
 
 private:
     std::uint32_t before_;
 };
 
-constexpr std::uint32_t kWindowsNt4 = 0x05650004;   // 4.0 build 1381
-constexpr std::uint32_t kWindows2000 = 0x08930005;  // 5.0 build 2195
+constexpr std::uint32_t kWindowsNt4 = 0x05650004;  // 4.0 build 1381
+constexpr std::uint32_t kWindows2000 = 0x08930005; // 5.0 build 2195
 
 struct Recorder : VeskCrashRecorder {
     void recordException(XoException* exception) override { seen = exception; }
@@ -106,8 +107,7 @@ struct Recorder : VeskCrashRecorder {
 
 // The status of the XoErrorStatus that fn throws, after checking that the recorder saw
 // it first; -1 when nothing is thrown.
-template <class Fn>
-int thrownStatus(Fn&& fn) {
+template <class Fn> int thrownStatus(Fn&& fn) {
     Recorder recorder;
     veskSetCrashRecorder(&recorder);
     int status = -1;
@@ -137,7 +137,10 @@ TEST(XoCharMapperUtf8, BytesThatStartNoCompleteSequenceStandForThemselves) {
     EXPECT_EQ(fromUtf8("\x80\xBF\xFF", 0), withZero(L"\u0080\u00BF\u00FF"));
     EXPECT_EQ(fromUtf8("a\xC3", 0), withZero(L"a\u00C3"));
     // A three-byte lead with one continuation byte takes the two-byte rule.
-    EXPECT_EQ(fromUtf8("\xE4\xB8" "A", 0), withZero(L"\u0138A"));
+    EXPECT_EQ(fromUtf8("\xE4\xB8"
+                       "A",
+                       0),
+              withZero(L"\u0138A"));
 }
 
 TEST(XoCharMapperUtf8, LeadsFromF0AreReadAsThreeByteLeads) {
@@ -153,7 +156,7 @@ TEST(XoCharMapperUtf8, TheByteAtIndexLengthIsStillRead) {
     EXPECT_EQ(fromUtf8("abcd", 2), withZero(L"abc"));
     EXPECT_EQ(fromUtf8("ab\xC3\xA9z", 2), withZero(L"ab\u00E9")); // a sequence may start there
     EXPECT_EQ(fromUtf8("ab", 2), withZero(L"ab"));
-    EXPECT_EQ(fromUtf8("ab\0cd", 4), withZero(L"ab")); // a 0 byte ends it first
+    EXPECT_EQ(fromUtf8("ab\0cd", 4), withZero(L"ab"));     // a 0 byte ends it first
     EXPECT_EQ(fromUtf8("abcdef", 0), withZero(L"abcdef")); // 0: up to the terminator
     EXPECT_EQ(fromUtf8("abc", -1), withZero(L""));
 }
@@ -209,11 +212,12 @@ TEST(XoCharMapperCharacter, CodesConvertThroughTheirCodePage) {
 }
 
 TEST(XoCharMapperCharacter, SecondFormsConvertAsTheirAnsiTwins) {
-    const code_page_id pairs[5][2] = {{CODE_PAGE_JAPANESE_DOS, CODE_PAGE_JAPANESE},
-                                      {CODE_PAGE_TRADITIONAL_CHINESE_SECOND, CODE_PAGE_TRADITIONAL_CHINESE},
-                                      {CODE_PAGE_KOREAN_SECOND, CODE_PAGE_KOREAN},
-                                      {CODE_PAGE_JOHAB_SECOND, CODE_PAGE_JOHAB},
-                                      {CODE_PAGE_SIMPLIFIED_CHINESE_SECOND, CODE_PAGE_SIMPLIFIED_CHINESE}};
+    const code_page_id pairs[5][2] = {
+        {CODE_PAGE_JAPANESE_DOS, CODE_PAGE_JAPANESE},
+        {CODE_PAGE_TRADITIONAL_CHINESE_SECOND, CODE_PAGE_TRADITIONAL_CHINESE},
+        {CODE_PAGE_KOREAN_SECOND, CODE_PAGE_KOREAN},
+        {CODE_PAGE_JOHAB_SECOND, CODE_PAGE_JOHAB},
+        {CODE_PAGE_SIMPLIFIED_CHINESE_SECOND, CODE_PAGE_SIMPLIFIED_CHINESE}};
     const wchar_t codes[5] = {0x82A0, 0xA440, 0xB0A1, 0x8861, 0xB0A1};
     for (int i = 0; i < 5; ++i) {
         wchar_t second = 0, twin = 1;
@@ -293,7 +297,8 @@ TEST(XoCharMapperCharacter, BeforeVersion5TheGeneralPunctuationBlockIsRefusedAnd
     EXPECT_EQ(code, wchar_t(0xD0));
     EXPECT_TRUE(XoCharMapper::unicodeToCodepage(L'\u00B5', CODE_PAGE_JAPANESE, code, true));
     EXPECT_EQ(code, wchar_t(0x83CA));
-    EXPECT_FALSE(XoCharMapper::unicodeToCodepage(L'\u0100', CODE_PAGE_WIN_WESTERN, code, true)); // 'A'
+    EXPECT_FALSE(
+        XoCharMapper::unicodeToCodepage(L'\u0100', CODE_PAGE_WIN_WESTERN, code, true)); // 'A'
     EXPECT_TRUE(XoCharMapper::unicodeToCodepage(L'\u3000', CODE_PAGE_JAPANESE, code, true));
     EXPECT_EQ(code, wchar_t(0x8140));
 
@@ -326,11 +331,14 @@ TEST(XoCharMapperToWide, CharactersOfTheCodePageAndAscii) {
 
 TEST(XoCharMapperToWide, LengthBoundsTheTextAndOutputIsAppended) {
     WideVector out = holding(L"pre");
-    EXPECT_TRUE(XoCharMapper::multiByteToWideChar(CODE_PAGE_WIN_WESTERN, "abcdef", 3, out, false, false));
+    EXPECT_TRUE(
+        XoCharMapper::multiByteToWideChar(CODE_PAGE_WIN_WESTERN, "abcdef", 3, out, false, false));
     EXPECT_EQ(all(out), std::wstring(L"preabc") + L'\0');
     WideVector empty;
-    EXPECT_TRUE(XoCharMapper::multiByteToWideChar(CODE_PAGE_WIN_WESTERN, "abc", 0, empty, true, false));
-    EXPECT_TRUE(XoCharMapper::multiByteToWideChar(CODE_PAGE_WIN_WESTERN, nullptr, 5, empty, true, false));
+    EXPECT_TRUE(
+        XoCharMapper::multiByteToWideChar(CODE_PAGE_WIN_WESTERN, "abc", 0, empty, true, false));
+    EXPECT_TRUE(
+        XoCharMapper::multiByteToWideChar(CODE_PAGE_WIN_WESTERN, nullptr, 5, empty, true, false));
     EXPECT_EQ(all(empty), std::wstring(2, L'\0'));
 }
 
@@ -343,7 +351,8 @@ TEST(XoCharMapperToWide, FailuresStopOrFallBackToTheLeadByte) {
     EXPECT_TRUE(result);
     EXPECT_EQ(toWide(CODE_PAGE_WIN_GREEK, "\xAA\xE1", true, false, &result), withZero(L""));
     EXPECT_FALSE(result);
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_GREEK, "\xAA\xE1", false, false, &result), withZero(L"\u00AA\u03B1"));
+    EXPECT_EQ(toWide(CODE_PAGE_WIN_GREEK, "\xAA\xE1", false, false, &result),
+              withZero(L"\u00AA\u03B1"));
     EXPECT_TRUE(result);
 }
 
@@ -391,7 +400,8 @@ TEST(XoCharMapperToWide, BackslashRuleDropsOnlyTheBackslashRightBeforeAnEscape) 
 }
 
 TEST(XoCharMapperToWide, SystemAnsiIdentifierIsTheSystemCodePage) {
-    const code_page_id system = XoCodePageMapper::ansiCpToVeskCp(XoCodePageMapper::currentSystemAnsiCp());
+    const code_page_id system =
+        XoCodePageMapper::ansiCpToVeskCp(XoCodePageMapper::currentSystemAnsiCp());
     const std::string text = "a\xE9\x82\xA0";
     EXPECT_EQ(toWide(CODE_PAGE_SYSTEM_ANSI, text), toWide(system, text));
 }
@@ -403,7 +413,8 @@ TEST(XoCharMapperToWide, Utf8ReadsWholeSequences) {
     EXPECT_TRUE(result);
     EXPECT_EQ(toWide(CODE_PAGE_UTF8, "\xC3(", true, false, &result), withZero(L""));
     EXPECT_FALSE(result);
-    EXPECT_EQ(toWide(CODE_PAGE_UTF8, "\xC3(\\U+00B0", false, false, &result), withZero(L"\u00C3(\u00B0"));
+    EXPECT_EQ(toWide(CODE_PAGE_UTF8, "\xC3(\\U+00B0", false, false, &result),
+              withZero(L"\u00C3(\u00B0"));
     EXPECT_TRUE(result);
 }
 
@@ -424,7 +435,8 @@ TEST(XoCharMapperToWide, NoChangeMIsTheFirstFormWithoutStopOrBackslashRule) {
     for (const char* text : {"a\x81 b", "\\\\U+0041", "\\m+5b0a1\\M+08140", "\xC3(\x82\xA0\\"}) {
         for (code_page_id id : {CODE_PAGE_JAPANESE, CODE_PAGE_UTF8, CODE_PAGE_WIN_WESTERN}) {
             WideVector out;
-            XoCharMapper::multiByteToWideCharNoChangeM(id, text, int(std::string(text).size()), out);
+            XoCharMapper::multiByteToWideCharNoChangeM(id, text, int(std::string(text).size()),
+                                                       out);
             EXPECT_EQ(all(out), toWide(id, text, false, false)) << text << " in " << id;
         }
     }
@@ -452,9 +464,11 @@ TEST(XoCharMapperToWide, BigDataOfNothingAppendsOneZero) {
 }
 
 TEST(XoCharMapperToWide, BigDataAgreesWithTheFirstFormWhenEverythingConverts) {
-    const std::string texts[] = {"plain ascii", "\x82\xA0\x82\xA2 \xB1\xB2", "\\U+4E2D and \\M+18140 end"};
+    const std::string texts[] = {"plain ascii", "\x82\xA0\x82\xA2 \xB1\xB2",
+                                 "\\U+4E2D and \\M+18140 end"};
     for (const std::string& text : texts)
-        EXPECT_EQ(toWideBig(CODE_PAGE_JAPANESE, text), toWide(CODE_PAGE_JAPANESE, text, true)) << text;
+        EXPECT_EQ(toWideBig(CODE_PAGE_JAPANESE, text), toWide(CODE_PAGE_JAPANESE, text, true))
+            << text;
 }
 
 // --- Wide to multibyte ---
@@ -463,13 +477,15 @@ TEST(XoCharMapperToBytes, CodesLeadByteFirstAndCifForWhatThePageLacks) {
     EXPECT_EQ(toBytes(CODE_PAGE_JAPANESE, L"A\u3042\uFF71"), withZero("A\x82\xA0\xB1"));
     EXPECT_EQ(toBytes(CODE_PAGE_KOREAN_SECOND, L"\uAC00"), withZero("\xB0\xA1"));
     EXPECT_EQ(toBytes(CODE_PAGE_WIN_WESTERN, L"caf\u00E9\u20AC"), withZero("caf\xE9\x80"));
-    EXPECT_EQ(toBytes(CODE_PAGE_WIN_WESTERN, L"\u4E2D\u0100\uabcd"), withZero("\\U+4E2D\\U+0100\\U+ABCD"));
+    EXPECT_EQ(toBytes(CODE_PAGE_WIN_WESTERN, L"\u4E2D\u0100\uabcd"),
+              withZero("\\U+4E2D\\U+0100\\U+ABCD"));
     EXPECT_EQ(toBytes(CODE_PAGE_JAPANESE, L"\u00E9"), withZero("\\U+00E9"));
     EXPECT_EQ(toBytes(CODE_PAGE_ISO8859_6, L"\u00E9x"), withZero("\\U+00E9x")); // no such page
 }
 
 TEST(XoCharMapperToBytes, EscapesInTheTextAreCopiedThrough) {
-    EXPECT_EQ(toBytes(CODE_PAGE_JAPANESE, L"\\u+00e9\\M+08140\\m+5B0A1"), withZero("\\u+00e9\\M+08140\\m+5B0A1"));
+    EXPECT_EQ(toBytes(CODE_PAGE_JAPANESE, L"\\u+00e9\\M+08140\\m+5B0A1"),
+              withZero("\\u+00e9\\M+08140\\m+5B0A1"));
     // A unit above 0x7F in place of a digit: no escape, the unit is converted.
     EXPECT_EQ(toBytes(CODE_PAGE_JAPANESE, L"\\M+\u3042"), withZero("\\M+\x82\xA0"));
 }
@@ -486,8 +502,10 @@ TEST(XoCharMapperToBytes, ReadingEndsAtZeroOrLengthAndOutputIsAppended) {
 }
 
 TEST(XoCharMapperToBytes, Utf8WritesSequencesAndPairs) {
-    const std::wstring text = std::wstring(L"\u00E9\u4E2D") + wchar_t(0xD83D) + wchar_t(0xDE00) + wchar_t(0xDC00) + L'z';
-    EXPECT_EQ(toBytes(CODE_PAGE_UTF8, text), withZero("\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80\\U+DC00z"));
+    const std::wstring text =
+        std::wstring(L"\u00E9\u4E2D") + wchar_t(0xD83D) + wchar_t(0xDE00) + wchar_t(0xDC00) + L'z';
+    EXPECT_EQ(toBytes(CODE_PAGE_UTF8, text),
+              withZero("\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80\\U+DC00z"));
     // A high surrogate cut off by the length stands alone.
     ByteVector out;
     XoCharMapper::wideCharToMultiByte(CODE_PAGE_UTF8, text.c_str() + 2, 1, out);
@@ -498,7 +516,8 @@ TEST(XoCharMapperToBytes, BigDataGivesTheSameBytes) {
     const std::wstring texts[] = {L"A\u3042\u4E2D\\M+18140", L"", L"\u00E9\u00E9\u00E9"};
     for (const std::wstring& text : texts) {
         ByteVector big = holding(std::string("x"));
-        XoCharMapper::wideCharToMultiByteBigData(CODE_PAGE_JAPANESE, text.data(), int(text.size()), big);
+        XoCharMapper::wideCharToMultiByteBigData(CODE_PAGE_JAPANESE, text.data(), int(text.size()),
+                                                 big);
         EXPECT_EQ(all(big), "x" + toBytes(CODE_PAGE_JAPANESE, text));
     }
 }
@@ -552,7 +571,8 @@ TEST(XoCharMapperOutput, SharedVectorsAreCopiedBeforeTheyAreWritten) {
 TEST(XoCharMapperOutput, LongOutputsGrowPastTheirFirstSizing) {
     const std::wstring foreign(5000, L'\u4E2D'); // seven bytes a unit
     ByteVector out;
-    XoCharMapper::wideCharToMultiByte(CODE_PAGE_WIN_WESTERN, foreign.data(), int(foreign.size()), out);
+    XoCharMapper::wideCharToMultiByte(CODE_PAGE_WIN_WESTERN, foreign.data(), int(foreign.size()),
+                                      out);
     ASSERT_EQ(out.size(), 7 * 5000 + 1);
     EXPECT_EQ(std::string(out.begin() + 7 * 4999, out.end()), withZero("\\U+4E2D"));
     WideVector wide;
@@ -564,9 +584,13 @@ TEST(XoCharMapperOutput, LongOutputsGrowPastTheirFirstSizing) {
 TEST(XoCharMapperOutput, SizesAVectorCannotHoldRaiseOutOfMemoryAfterTheRecorderIsTold) {
     const char text[] = "abc";
     WideVector out = holding(L"kept");
-    EXPECT_EQ(thrownStatus([&] { XoCharMapper::multiByteToWideCharBigData(CODE_PAGE_WIN_WESTERN, text, INT_MAX, out); }),
+    EXPECT_EQ(thrownStatus([&] {
+                  XoCharMapper::multiByteToWideCharBigData(CODE_PAGE_WIN_WESTERN, text, INT_MAX,
+                                                           out);
+              }),
               int(Vesk::eOutOfMemory));
-    EXPECT_EQ(thrownStatus([&] { XoCharMapper::utf8ToUnicode(text, INT_MAX, out); }), int(Vesk::eOutOfMemory));
+    EXPECT_EQ(thrownStatus([&] { XoCharMapper::utf8ToUnicode(text, INT_MAX, out); }),
+              int(Vesk::eOutOfMemory));
     EXPECT_EQ(all(out), L"kept");
 }
 
@@ -574,13 +598,17 @@ TEST(XoCharMapperOutput, SizesAVectorCannotHoldRaiseOutOfMemoryAfterTheRecorderI
 
 TEST(XoCharMapperJudge, TheCandidateWinsOnlyOnAValidPair) {
     const auto judge = [](const std::string& text, code_page_id def, code_page_id candidate) {
-        return XoCharMapper::JudgeSuitableCodePage(text.data(), unsigned(text.size()), def, candidate);
+        return XoCharMapper::JudgeSuitableCodePage(text.data(), unsigned(text.size()), def,
+                                                   candidate);
     };
-    EXPECT_EQ(judge("plain ascii", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE), CODE_PAGE_WIN_WESTERN);
+    EXPECT_EQ(judge("plain ascii", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE),
+              CODE_PAGE_WIN_WESTERN);
     EXPECT_EQ(judge("ab\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE), CODE_PAGE_JAPANESE);
-    EXPECT_EQ(judge("\xE9\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE_DOS), CODE_PAGE_JAPANESE_DOS);
-    EXPECT_EQ(XoCharMapper::JudgeSuitableCodePage(nullptr, 4, CODE_PAGE_WIN_GREEK, CODE_PAGE_JAPANESE),
-              CODE_PAGE_WIN_GREEK);
+    EXPECT_EQ(judge("\xE9\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE_DOS),
+              CODE_PAGE_JAPANESE_DOS);
+    EXPECT_EQ(
+        XoCharMapper::JudgeSuitableCodePage(nullptr, 4, CODE_PAGE_WIN_GREEK, CODE_PAGE_JAPANESE),
+        CODE_PAGE_WIN_GREEK);
     EXPECT_EQ(judge("", CODE_PAGE_WIN_GREEK, CODE_PAGE_JAPANESE), CODE_PAGE_WIN_GREEK);
     // Not valid: the private use area, a refused pair, a lead byte at the end, a 0.
     EXPECT_EQ(judge("\xF0\x40", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE), CODE_PAGE_WIN_WESTERN);
@@ -591,23 +619,29 @@ TEST(XoCharMapperJudge, TheCandidateWinsOnlyOnAValidPair) {
     EXPECT_EQ(judge(std::string("\x82\0\x82\xA0", 4), CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE),
               CODE_PAGE_WIN_WESTERN);
     // The length bounds the walk.
-    EXPECT_EQ(XoCharMapper::JudgeSuitableCodePage("ab\x82\xA0", 2, CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE),
+    EXPECT_EQ(XoCharMapper::JudgeSuitableCodePage("ab\x82\xA0", 2, CODE_PAGE_WIN_WESTERN,
+                                                  CODE_PAGE_JAPANESE),
               CODE_PAGE_WIN_WESTERN);
     // A single-byte candidate never wins.
-    EXPECT_EQ(judge("\x82\xA0\xC0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_WIN_CYRILLIC), CODE_PAGE_WIN_WESTERN);
+    EXPECT_EQ(judge("\x82\xA0\xC0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_WIN_CYRILLIC),
+              CODE_PAGE_WIN_WESTERN);
 }
 
 TEST(XoCharMapperJudge, TrailBytesOfEitherPageAreSkipped) {
     const auto judge = [](const std::string& text, code_page_id def, code_page_id candidate) {
-        return XoCharMapper::JudgeSuitableCodePage(text.data(), unsigned(text.size()), def, candidate);
+        return XoCharMapper::JudgeSuitableCodePage(text.data(), unsigned(text.size()), def,
+                                                   candidate);
     };
     // B0 leads a GBK pair, so 82 is its trail and A0 alone begins nothing in 932.
-    EXPECT_EQ(judge("\xB0\x82\xA0", CODE_PAGE_SIMPLIFIED_CHINESE, CODE_PAGE_JAPANESE), CODE_PAGE_SIMPLIFIED_CHINESE);
+    EXPECT_EQ(judge("\xB0\x82\xA0", CODE_PAGE_SIMPLIFIED_CHINESE, CODE_PAGE_JAPANESE),
+              CODE_PAGE_SIMPLIFIED_CHINESE);
     EXPECT_EQ(judge("\xB0\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE), CODE_PAGE_JAPANESE);
     // A pair of the candidate that is not valid still takes its trail: F0 82 is private
     // use, and the A0 left after it begins nothing.
-    EXPECT_EQ(judge("\xF0\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE), CODE_PAGE_WIN_WESTERN);
-    EXPECT_EQ(judge("\x81\x20\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE), CODE_PAGE_JAPANESE);
+    EXPECT_EQ(judge("\xF0\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE),
+              CODE_PAGE_WIN_WESTERN);
+    EXPECT_EQ(judge("\x81\x20\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE),
+              CODE_PAGE_JAPANESE);
 }
 
 // --- Checksums ---

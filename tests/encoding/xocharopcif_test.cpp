@@ -11,7 +11,8 @@ namespace {
 using Bytes = std::string;
 
 int convert(unsigned winCp, const std::wstring& in, int inLen, Bytes& out) {
-    return XoCharOp::WideCharToMultiByteCIF(winCp, 0, in.c_str(), inLen, &out[0], int(out.size()), 0);
+    return XoCharOp::WideCharToMultiByteCIF(winCp, 0, in.c_str(), inLen, &out[0], int(out.size()),
+                                            0);
 }
 
 TEST(XoCharOpCIF, WritesThePageOrTheEscape) {

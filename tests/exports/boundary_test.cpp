@@ -25,7 +25,9 @@ const AllocatesWhileLoading g_loading;
 
 std::wstring g_trace;
 
-void keepTrace(const wchar_t* text) { g_trace = text; }
+void keepTrace(const wchar_t* text) {
+    g_trace = text;
+}
 
 [[noreturn]] void throwingTrace(const wchar_t* text) {
     throw new XoExceptionWithMsg(L"client", 1, text);
@@ -103,7 +105,6 @@ TEST(Boundary, PooledAddressLocksWorkFromTheClient) {
     other.join();
     EXPECT_EQ(counter, 20000);
 }
-
 
 using XoCharData = XoMemData<char, XoStrHeaderA, XoMemDataAllocator, XoPodReallocator<char>>;
 
@@ -201,16 +202,20 @@ TEST(Boundary, ConversionsFillClientVectorsAndCallClientReaders) {
     XoVector<wchar_t> wide;
     wide.push_back(L'>');
     const XoVector<wchar_t> kept = wide;
-    EXPECT_TRUE(XoCharMapper::multiByteToWideChar(CODE_PAGE_JAPANESE, "\x82\xA0\\U+00B0", 9, wide, true, false));
-    EXPECT_EQ(std::wstring(std::as_const(wide).begin(), std::as_const(wide).end()), std::wstring(L">\u3042\u00B0") + L'\0');
+    EXPECT_TRUE(XoCharMapper::multiByteToWideChar(CODE_PAGE_JAPANESE, "\x82\xA0\\U+00B0", 9, wide,
+                                                  true, false));
+    EXPECT_EQ(std::wstring(std::as_const(wide).begin(), std::as_const(wide).end()),
+              std::wstring(L">\u3042\u00B0") + L'\0');
     EXPECT_EQ(kept.size(), 1);
 
     XoVector<char> bytes;
     XoCharMapper::wideCharToMultiByte(CODE_PAGE_WIN_WESTERN, L"\u00E9\u4E2D", 2, bytes);
-    EXPECT_EQ(std::string(std::as_const(bytes).begin(), std::as_const(bytes).end()), std::string("\xE9\\U+4E2D") + '\0');
+    EXPECT_EQ(std::string(std::as_const(bytes).begin(), std::as_const(bytes).end()),
+              std::string("\xE9\\U+4E2D") + '\0');
 
     ClientBigFontReader reader;
-    EXPECT_EQ(XoCharMapper::getCodepageByBigFont(L"fonts/CLIENT", &reader), CODE_PAGE_TRADITIONAL_CHINESE);
+    EXPECT_EQ(XoCharMapper::getCodepageByBigFont(L"fonts/CLIENT", &reader),
+              CODE_PAGE_TRADITIONAL_CHINESE);
     EXPECT_EQ(reader.seenPath, L"D:/BIGFONT.INI");
     EXPECT_EQ(XoCharMapper::getCpByBigFont(L"whgtxt", &reader), CODE_PAGE_KOREAN);
 }
@@ -309,7 +314,8 @@ TEST(Boundary, StringsMadeOnOneSideAreFreedOnTheOther) {
 
 TEST(Boundary, TextIteratorFromTheClient) {
     // Every member called without inlining, so each must be exported.
-    const XoStringA text("\\U+00B0\x82\xA0" "ab");
+    const XoStringA text("\\U+00B0\x82\xA0"
+                         "ab");
     XoAnsiTextIterator it(text, CODE_PAGE_JAPANESE);
     XoAnsiTextIterator unset;
     unset = it;

@@ -14,8 +14,12 @@ namespace {
 
 constexpr std::uintptr_t kRegion = 0x10000;
 
-std::uintptr_t addressOf(const void* p) { return reinterpret_cast<std::uintptr_t>(p); }
-std::uintptr_t regionOf(const void* p) { return addressOf(p) & ~(kRegion - 1); }
+std::uintptr_t addressOf(const void* p) {
+    return reinterpret_cast<std::uintptr_t>(p);
+}
+std::uintptr_t regionOf(const void* p) {
+    return addressOf(p) & ~(kRegion - 1);
+}
 
 void fill(void* p, std::size_t n, unsigned seed) {
     auto* bytes = static_cast<unsigned char*>(p);
@@ -131,7 +135,7 @@ TEST_F(XoMemManagerTest, ReallocateKeepsContentsAcrossKindsAndSizes) {
     struct Step {
         std::size_t size;
         bool small;
-    } steps[] = {{200, true}, {1024, true}, {5000, false}, {300000, false},
+    } steps[] = {{200, true},    {1024, true},  {5000, false}, {300000, false},
                  {70000, false}, {3000, false}, {600, false}};
     std::size_t kept = 10;
     for (const Step& step : steps) {
@@ -204,7 +208,9 @@ TEST_F(XoMemManagerTest, ManyBlocksOfManySizesKeepTheirContents) {
     auto next = [&rng] { return rng = rng * 1103515245u + 12345u, rng >> 8; };
     for (unsigned i = 0; i < 6000; ++i) {
         const unsigned pick = next() % 8;
-        const std::size_t size = pick == 0 ? 1024 : pick < 5 ? 1 + next() % 256 : 1 + next() % 40000;
+        const std::size_t size = pick == 0  ? 1024
+                                 : pick < 5 ? 1 + next() % 256
+                                            : 1 + next() % 40000;
         void* p = m_manager->allocate(size);
         ASSERT_NE(p, nullptr);
         fill(p, size, i);

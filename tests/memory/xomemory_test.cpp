@@ -23,9 +23,15 @@
 
 namespace {
 
-xo::XoPools& pools() { return xo::XoPools::instance(); }
-bool pooled(const void* p) { return pools().segments.owns(p); }
-std::size_t blockSize(const void* p) { return pools().small.sizeOf(p); }
+xo::XoPools& pools() {
+    return xo::XoPools::instance();
+}
+bool pooled(const void* p) {
+    return pools().segments.owns(p);
+}
+std::size_t blockSize(const void* p) {
+    return pools().small.sizeOf(p);
+}
 
 void fill(void* p, std::size_t n, unsigned char seed) {
     auto* bytes = static_cast<unsigned char*>(p);
@@ -44,9 +50,9 @@ bool holds(const void* p, std::size_t n, unsigned char seed) {
 TEST(XoMemory, SizesPickTheSmallestClassAndOnlyNearPowersOfTwoAbove256) {
     struct Case {
         std::size_t request, block;
-    } cases[] = {{0, 8},     {1, 8},       {8, 8},       {9, 16},     {24, 24},
-                 {200, 200}, {201, 208},   {208, 208},   {209, 224},  {241, 256},
-                 {256, 256}, {500, 512},   {510, 512},   {512, 512},  {1000, 1024},
+    } cases[] = {{0, 8},       {1, 8},       {8, 8},       {9, 16},      {24, 24},
+                 {200, 200},   {201, 208},   {208, 208},   {209, 224},   {241, 256},
+                 {256, 256},   {500, 512},   {510, 512},   {512, 512},   {1000, 1024},
                  {1024, 1024}, {2000, 2048}, {2048, 2048}, {4000, 4096}, {4096, 4096}};
     for (const Case& c : cases) {
         void* p = _xoMalloc(c.request);
@@ -55,8 +61,8 @@ TEST(XoMemory, SizesPickTheSmallestClassAndOnlyNearPowersOfTwoAbove256) {
         fill(p, c.block, 1);
         _xoFree(p);
     }
-    for (std::size_t request : {257u, 300u, 499u, 513u, 600u, 999u, 1025u, 1999u, 2049u,
-                                3999u, 4097u, 100000u}) {
+    for (std::size_t request :
+         {257u, 300u, 499u, 513u, 600u, 999u, 1025u, 1999u, 2049u, 3999u, 4097u, 100000u}) {
         void* p = _xoMalloc(request);
         ASSERT_NE(p, nullptr);
         EXPECT_FALSE(pooled(p)) << request;
@@ -326,8 +332,8 @@ TEST(XoMemory, BlocksFreedOnAnotherThreadKeepTheirPatternsUntilThen) {
             _xoFree(block.p);
         }
     };
-    std::thread threads[] = {std::thread(produce, 0), std::thread(produce, 1),
-                             std::thread(consume), std::thread(consume)};
+    std::thread threads[] = {std::thread(produce, 0), std::thread(produce, 1), std::thread(consume),
+                             std::thread(consume)};
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(bad.load(), 0);
@@ -368,8 +374,7 @@ void armLateExit(void (*fn)()) {
 #else
 void armLateExit(void (*fn)()) {
     static pthread_key_t key;
-    static const bool made =
-        ::pthread_key_create(&key, [](void*) { g_lateExit.load()(); }) == 0;
+    static const bool made = ::pthread_key_create(&key, [](void*) { g_lateExit.load()(); }) == 0;
     ASSERT_TRUE(made);
     g_lateExit = fn;
     ::pthread_setspecific(key, &key);
@@ -479,6 +484,6 @@ TEST(XoMemoryDeathTest, AfterThePoolsCloseCachedBlocksAreDroppedAndFreesIgnored)
 } // namespace
 
 #if defined(_WIN32)
-extern "C" __attribute__((section(".CRT$XLY"), used)) const PIMAGE_TLS_CALLBACK
-    g_xoTestLateExit = runLateExit;
+extern "C" __attribute__((section(".CRT$XLY"), used)) const PIMAGE_TLS_CALLBACK g_xoTestLateExit =
+    runLateExit;
 #endif

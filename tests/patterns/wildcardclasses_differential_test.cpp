@@ -47,9 +47,15 @@ int differencesFrom(const Classes& runtime) {
     return differences;
 }
 
-int __cdecl linkedDigit(int c) { return isdigit(c); }
-int __cdecl linkedAlpha(int c) { return isalpha(c); }
-int __cdecl linkedAlnum(int c) { return isalnum(c); }
+int __cdecl linkedDigit(int c) {
+    return isdigit(c);
+}
+int __cdecl linkedAlpha(int c) {
+    return isalpha(c);
+}
+int __cdecl linkedAlnum(int c) {
+    return isalnum(c);
+}
 
 TEST(WildcardClasses, MatchTheLinkedRuntime) {
     EXPECT_EQ(differencesFrom({linkedDigit, linkedAlpha, linkedAlnum}), 0);

@@ -22,7 +22,8 @@ struct Case {
 
 void expectAll(const std::vector<Case>& cases) {
     for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << "text \"" << c.text << "\", patterns \"" << c.patterns << "\"");
+        SCOPED_TRACE(testing::Message()
+                     << "text \"" << c.text << "\", patterns \"" << c.patterns << "\"");
         int start = -7;
         int end = -7;
         EXPECT_EQ(WildcardsStringMatch(c.text.c_str(), c.patterns.c_str(), &start, &end), c.result);
@@ -47,16 +48,16 @@ TEST(WildcardsStringMatch, WildcardsAndWhereTheMatchLies) {
     expectAll({
         {L"abc", L"*", kYes, 0, 2},
         {L"", L"*", kYes, 0, -1},
-        {L"", L"", kYes, 0, -1},       // an empty list matches everything
+        {L"", L"", kYes, 0, -1}, // an empty list matches everything
         {L"abc", L"", kYes, 0, -1},
-        {L"", L"~a", kNo, 0, -1},      // no negation on an empty text
-        {L"abcd", L"ab", kYes, 0, 1},  // the rest of the text does not matter
-        {L"aab", L"b", kYes, 2, 2},    // a first literal slides along the text
-        {L"ABC", L"abc", kNo, 3, 2},   // case-sensitive
+        {L"", L"~a", kNo, 0, -1},     // no negation on an empty text
+        {L"abcd", L"ab", kYes, 0, 1}, // the rest of the text does not matter
+        {L"aab", L"b", kYes, 2, 2},   // a first literal slides along the text
+        {L"ABC", L"abc", kNo, 3, 2},  // case-sensitive
         {L"a.b", L"@.@", kYes, 0, 2},
         {L"a1", L"@.", kNo, 0, 0},
-        {L"x1a", L"#@", kYes, 1, 2},   // fails at x, matches on the retry from 1
-        {L"aab", L"*?b", kYes, 0, 2},  // ? leaves the * absorbing
+        {L"x1a", L"#@", kYes, 1, 2},  // fails at x, matches on the retry from 1
+        {L"aab", L"*?b", kYes, 0, 2}, // ? leaves the * absorbing
         {L"xx*b", L"*`*b", kYes, 0, 3},
     });
 }
@@ -90,11 +91,11 @@ TEST(WildcardsStringMatch, Lists) {
         {L"b", L"[~]a]", kYes, 0, 0},
         {L"\x5000", L"[\x4E00-\x9FFF]", kYes, 0, 0},
         {L"xxb", L"*[ab]", kYes, 0, 2},
-        {L"a", L"[a", kNo, 0, -1},     // unclosed
+        {L"a", L"[a", kNo, 0, -1}, // unclosed
         {L"[", L"[", kNo, 0, -1},
         {L"[", L"`[", kYes, 0, 0},
-        {L"a]", L"a]", kYes, 0, 1},    // ] outside a list is itself
-        {L"b", L"[a,b]", kNo, 0, 0},   // the comma splits the list
+        {L"a]", L"a]", kYes, 0, 1},  // ] outside a list is itself
+        {L"b", L"[a,b]", kNo, 0, 0}, // the comma splits the list
         {L"b", L"[a`,b]", kYes, 0, 0},
     });
 }
@@ -105,11 +106,11 @@ TEST(WildcardsStringMatch, BackquoteAndNegation) {
         {L"*", L"`*", kYes, 0, 0},
         {L"x", L"`*", kNo, 0, -1},
         {L"`", L"``", kYes, 0, 0},
-        {L"a`", L"a`", kNo, 0, 0},     // a backquote last fails the item
-        {L"xy", L"*`?", kNo, 0, 1},    // after a * the backquote is tried again
+        {L"a`", L"a`", kNo, 0, 0},  // a backquote last fails the item
+        {L"xy", L"*`?", kNo, 0, 1}, // after a * the backquote is tried again
         {L"abc", L"~ab*", kNo, -1, -1},
         {L"xyz", L"~ab*", kYes, 0, 2},
-        {L"a", L"~#", kYes, 0, -1},    // a failure inside the walk is inverted too
+        {L"a", L"~#", kYes, 0, -1}, // a failure inside the walk is inverted too
         {L"1", L"~#", kNo, -1, -1},
         // A negated item that fails ends the list with the result so far.
         {L"abc", L"a*,~a*,*", kYes, -1, -1},
@@ -121,7 +122,7 @@ TEST(WildcardsStringMatch, SplittingTheList) {
     expectAll({
         {L"b", L",,x,,b", kYes, 1, 0},
         {L"q", L",,,", kYes, 0, -1},
-        {L"q", L"x,", kYes, 1, -1},    // what follows the last comma is an item, empty or not
+        {L"q", L"x,", kYes, 1, -1}, // what follows the last comma is an item, empty or not
     });
 }
 
@@ -150,8 +151,8 @@ TEST(WildcardsStringMatch, ALoneStarEndsTheListAtOnce) {
 TEST(WildcardsStringMatch, RetriesFurtherOnEndTheListBeingRetried) {
     expectAll({
         {L"aa", L"aa,ab", kYes, 0, 0},
-        {L"aa", L"ab,aa", kNo, 0, 0},  // aa is never tried on the whole text
-        {L"aab", L"*ab", kYes, 1, 2},  // after a * a miss drops the character it missed on
+        {L"aa", L"ab,aa", kNo, 0, 0}, // aa is never tried on the whole text
+        {L"aab", L"*ab", kYes, 1, 2}, // after a * a miss drops the character it missed on
         {L"aaab", L"ab", kYes, 2, 3},
         // Retries from 1, 2 and 3; the deepest that matched (from 2) gives the answer.
         {L"abab", L"?b,ax", kYes, 2, 2},

@@ -8,8 +8,7 @@
 
 namespace xotest {
 
-template <int Page>
-class WithMultiByteCodePage : public ::testing::Test {
+template <int Page> class WithMultiByteCodePage : public ::testing::Test {
 protected:
     void SetUp() override {
         previous_ = xo::platform::multiByteCodePage();

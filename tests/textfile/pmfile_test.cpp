@@ -58,14 +58,17 @@ protected:
 };
 
 TEST_F(TextFile, MarksAndWhereTheyLeaveTheStream) {
-    PmFILE& f = holding(std::string("\xFF\xFE\x00\x00" "A\x00", 6));
+    PmFILE& f = holding(std::string("\xFF\xFE\x00\x00"
+                                    "A\x00",
+                                    6));
     EXPECT_TRUE(f.readBOM());
     EXPECT_EQ(f.getCharFormat(), 3u); // a UTF-32 little-endian mark reads as UTF-16
     EXPECT_EQ(f.fgetc(), 0);
     EXPECT_EQ(f.fgetc(), 'A');
     f.fclose();
 
-    PmFILE& g = holding("\xEF\xBB" "A");
+    PmFILE& g = holding("\xEF\xBB"
+                        "A");
     EXPECT_FALSE(g.readBOM());
     EXPECT_EQ(g.getCharFormat(), 1u);
     EXPECT_EQ(g.fgetc(), 0xEF); // rewound to the start; 0xEF alone reads through the ANSI page
@@ -99,7 +102,8 @@ TEST_F(TextFile, AnsiEscapesAndLineEnds) {
 }
 
 TEST_F(TextFile, Utf8EndsAtCharactersBeyondTheBasicPlane) {
-    PmFILE& f = holding("a\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80" "b");
+    PmFILE& f = holding("a\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80"
+                        "b");
     f.setCharFormat(2);
     EXPECT_EQ(f.fgetc(), 'a');
     EXPECT_EQ(f.fgetc(), 0x00E9);
@@ -144,7 +148,8 @@ TEST_F(TextFile, WritingEveryFormat) {
     EXPECT_EQ(g.fputs(L"a\x00E9"), 0);
     EXPECT_EQ(g.fprintf(L"%d|%s", 42, L"x"), 4);
     EXPECT_EQ(g.fputs(L""), 0);
-    EXPECT_EQ(written(), "a\xC3\xA9" "42|x");
+    EXPECT_EQ(written(), "a\xC3\xA9"
+                         "42|x");
 
     PmFILE& h = forWriting(5);
     EXPECT_EQ(h.fputc(L'a'), 'a'); // UTF-32 receives nothing

@@ -19,7 +19,9 @@ std::string slurp(const fs::path& path) {
     return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
-void spit(const fs::path& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
+void spit(const fs::path& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
 
 // A path as the command interpreter of the target reads it (under Wine, Unix paths sit
 // on drive Z:).
@@ -38,8 +40,9 @@ std::string native(const fs::path& path) {
 class Xoconv : public ::testing::Test {
 protected:
     void SetUp() override {
-        dir_ = fs::temp_directory_path() / ("xo_xoconv_" + std::to_string(std::rand()) + "_" +
-                                            ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        dir_ = fs::temp_directory_path() /
+               ("xo_xoconv_" + std::to_string(std::rand()) + "_" +
+                ::testing::UnitTest::GetInstance()->current_test_info()->name());
         fs::create_directories(dir_);
     }
     void TearDown() override {
@@ -66,7 +69,9 @@ protected:
 #endif
     }
 
-    fs::path at(const std::string& name) const { return dir_ / name; }
+    fs::path at(const std::string& name) const {
+        return dir_ / name;
+    }
 
     fs::path dir_;
     std::string out_, err_;
@@ -77,8 +82,8 @@ const std::string kSample = std::string(XOCONV_SAMPLE_DIR) + "/drawing-cp932.txt
 TEST_F(Xoconv, TheBundledSampleReadsAsUtf8) {
     ASSERT_EQ(run(""), 0) << err_;
     EXPECT_NE(out_.find("\xE9\x83\xA8\xE5\x93\x81\xE8\xA1\xA8"), std::string::npos); // 部品表
-    EXPECT_NE(out_.find("\xE2\x8C\x80"), std::string::npos);                        // the CIF escape of U+2300
-    EXPECT_NE(out_.find("\xE5\x95\x8A"), std::string::npos);                        // the MIF escape, from 936
+    EXPECT_NE(out_.find("\xE2\x8C\x80"), std::string::npos); // the CIF escape of U+2300
+    EXPECT_NE(out_.find("\xE5\x95\x8A"), std::string::npos); // the MIF escape, from 936
     EXPECT_NE(out_.find("\r\n"), std::string::npos);
     ASSERT_EQ(run("--lf " + native(kSample) + " --from 932"), 0) << err_;
     EXPECT_EQ(out_.find('\r'), std::string::npos);
@@ -86,8 +91,15 @@ TEST_F(Xoconv, TheBundledSampleReadsAsUtf8) {
 
 TEST_F(Xoconv, EachDirectionAndBack) {
     spit(at("in.txt"), "caf\xC3\xA9 \xE4\xB8\xAD\n");
-    ASSERT_EQ(run("--from utf-8 --to utf-16be -o " + native(at("be.txt")) + " " + native(at("in.txt"))), 0) << err_;
-    EXPECT_EQ(slurp(at("be.txt")), std::string("\xFE\xFF\x00" "c\x00" "a\x00" "f\x00\xE9\x00 \x4E\x2D\x00\n", 16));
+    ASSERT_EQ(
+        run("--from utf-8 --to utf-16be -o " + native(at("be.txt")) + " " + native(at("in.txt"))),
+        0)
+        << err_;
+    EXPECT_EQ(slurp(at("be.txt")), std::string("\xFE\xFF\x00"
+                                               "c\x00"
+                                               "a\x00"
+                                               "f\x00\xE9\x00 \x4E\x2D\x00\n",
+                                               16));
     ASSERT_EQ(run("--to 936 -o " + native(at("gbk.txt")) + " " + native(at("be.txt"))), 0) << err_;
     EXPECT_EQ(slurp(at("gbk.txt")), "caf\xA8\xA6 \xD6\xD0\n");
     ASSERT_EQ(run("--from cp936 --to utf-8 " + native(at("gbk.txt"))), 0) << err_;
@@ -107,7 +119,9 @@ TEST_F(Xoconv, WhatTheTargetLacksBecomesQuestionMarksOrEscapes) {
 }
 
 TEST_F(Xoconv, ByteOrderMarksDecideTheInput) {
-    spit(at("le.txt"), std::string("\xFF\xFE" "A\x00\r\x00\n\x00", 8));
+    spit(at("le.txt"), std::string("\xFF\xFE"
+                                   "A\x00\r\x00\n\x00",
+                                   8));
     ASSERT_EQ(run(native(at("le.txt"))), 0) << err_;
     EXPECT_EQ(out_, "A\r\n");
     ASSERT_EQ(run("--from utf-8 " + native(at("le.txt"))), 1);
@@ -147,14 +161,15 @@ TEST_F(Xoconv, FoldersFilteredByWildcards) {
     spit(at("src/a.txt"), "a\n");
     spit(at("src/b.csv"), "b\n");
     spit(at("src/c.dwg"), "c\n");
-    ASSERT_EQ(run("--from 1252 --to utf-16le --dir " + native(at("src")) + " --match \"*.txt,*.csv\" --output-dir " +
-                  native(at("out"))),
+    ASSERT_EQ(run("--from 1252 --to utf-16le --dir " + native(at("src")) +
+                  " --match \"*.txt,*.csv\" --output-dir " + native(at("out"))),
               0)
         << err_;
     EXPECT_TRUE(fs::exists(at("out/a.txt")));
     EXPECT_TRUE(fs::exists(at("out/b.csv")));
     EXPECT_FALSE(fs::exists(at("out/c.dwg")));
-    EXPECT_EQ(run(native(at("src/a.txt")) + " " + native(at("src/b.csv"))), 2); // several need a destination
+    EXPECT_EQ(run(native(at("src/a.txt")) + " " + native(at("src/b.csv"))),
+              2); // several need a destination
 }
 
 TEST_F(Xoconv, StandardInputAndOutput) {

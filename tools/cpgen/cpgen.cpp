@@ -17,11 +17,10 @@ namespace {
 using xo::codepages::PageData;
 using xo::codepages::testBit;
 
-const unsigned kPages[] = {20127, 28591, 28592, 28593, 28594, 28595, 28597, 28598, 28599,
-                           437,   850,   852,   855,   857,   860,   861,   863,   864,
-                           865,   866,   869,   874,   932,   936,   949,   950,   1250,
-                           1251,  1252,  1253,  1254,  1255,  1256,  1257,  1258,  1361,
-                           10000, 10002};
+const unsigned kPages[] = {20127, 28591, 28592, 28593, 28594, 28595, 28597, 28598, 28599, 437,
+                           850,   852,   855,   857,   860,   861,   863,   864,   865,   866,
+                           869,   874,   932,   936,   949,   950,   1250,  1251,  1252,  1253,
+                           1254,  1255,  1256,  1257,  1258,  1361,  10000, 10002};
 
 [[noreturn]] void fail(unsigned cp, const std::string& what) {
     std::fprintf(stderr, "code page %u: %s\n", cp, what.c_str());
@@ -44,13 +43,18 @@ struct Page {
 
     unsigned leadCount() const { return unsigned(pairs.size() / 256); }
     PageData view() const {
-        return PageData{std::uint16_t(cp), std::uint16_t(defaultChar), defaultUnicode,
-                        std::uint16_t(leadCount()), leadBits, trailBits, singles,
-                        singleInvalid, pairs.data(), pairInvalid.data(), nullptr, 0};
+        return PageData{std::uint16_t(cp), std::uint16_t(defaultChar),
+                        defaultUnicode,    std::uint16_t(leadCount()),
+                        leadBits,          trailBits,
+                        singles,           singleInvalid,
+                        pairs.data(),      pairInvalid.data(),
+                        nullptr,           0};
     }
 };
 
-void setBit(std::uint8_t* bits, unsigned index) { bits[index >> 3] |= 1u << (index & 7); }
+void setBit(std::uint8_t* bits, unsigned index) {
+    bits[index >> 3] |= 1u << (index & 7);
+}
 
 int toWide(unsigned cp, DWORD flags, const char* bytes, int n, wchar_t* out) {
     return MultiByteToWideChar(cp, flags, bytes, n, out, 4);
@@ -158,8 +162,9 @@ Page readPage(unsigned cp) {
         fail(cp, "not a valid code page here");
     Page page;
     page.cp = cp;
-    page.defaultChar = info.DefaultChar[1] ? (unsigned(info.DefaultChar[0]) << 8) | info.DefaultChar[1]
-                                           : info.DefaultChar[0];
+    page.defaultChar = info.DefaultChar[1]
+                           ? (unsigned(info.DefaultChar[0]) << 8) | info.DefaultChar[1]
+                           : info.DefaultChar[0];
     page.defaultUnicode = char16_t(info.UnicodeDefaultChar);
     readForward(page);
     readReverse(page);
@@ -201,9 +206,9 @@ Page subsetOf936(const Page& gbk) {
     page.reverse.assign(0x10000, page.defaultChar);
     for (unsigned u = 0; u < 0x10000; ++u) {
         const unsigned code = gbk.reverse[u];
-        const bool inSubset = code < 256 ? !testBit(page.leadBits, code) || code == page.defaultChar
-                                         : testBit(page.leadBits, code >> 8) &&
-                                               testBit(page.trailBits, code & 0xFF);
+        const bool inSubset =
+            code < 256 ? !testBit(page.leadBits, code) || code == page.defaultChar
+                       : testBit(page.leadBits, code >> 8) && testBit(page.trailBits, code & 0xFF);
         if (inSubset && !(code < 256 && testBit(gbk.leadBits, code)))
             page.reverse[u] = code;
     }

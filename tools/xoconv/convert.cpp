@@ -23,29 +23,43 @@ long long sizeOf(std::FILE* in) {
     return size;
 }
 
-std::string offsetText(long long offset) { return "byte " + std::to_string(offset); }
+std::string offsetText(long long offset) {
+    return "byte " + std::to_string(offset);
+}
 
 const char* formatName(unsigned format) {
     switch (format) {
-    case kFormatUtf8: return "UTF-8";
-    case kFormatUtf16Little: return "UTF-16LE";
-    case kFormatUtf16Big: return "UTF-16BE";
-    case 5: return "UTF-32LE";
-    case 6: return "UTF-32BE";
-    default: return "none";
+    case kFormatUtf8:
+        return "UTF-8";
+    case kFormatUtf16Little:
+        return "UTF-16LE";
+    case kFormatUtf16Big:
+        return "UTF-16BE";
+    case 5:
+        return "UTF-32LE";
+    case 6:
+        return "UTF-32BE";
+    default:
+        return "none";
     }
 }
 
 unsigned formatOf(const Encoding& encoding) {
     switch (encoding.kind) {
-    case Encoding::Utf8: return kFormatUtf8;
-    case Encoding::Utf16Little: return kFormatUtf16Little;
-    case Encoding::Utf16Big: return kFormatUtf16Big;
-    default: return kFormatAnsi;
+    case Encoding::Utf8:
+        return kFormatUtf8;
+    case Encoding::Utf16Little:
+        return kFormatUtf16Little;
+    case Encoding::Utf16Big:
+        return kFormatUtf16Big;
+    default:
+        return kFormatAnsi;
     }
 }
 
-code_page_id idOf(const Encoding& encoding) { return static_cast<code_page_id>(encoding.codePageId); }
+code_page_id idOf(const Encoding& encoding) {
+    return static_cast<code_page_id>(encoding.codePageId);
+}
 
 // Bytes a UTF-8 or UTF-16 file spent on one unit that PmFILE returned.
 long long bytesOf(unsigned format, int unit) {
@@ -121,7 +135,8 @@ bool readEightBit(std::FILE* in, const Options& options, code_page_id id, Progre
         std::size_t bad = 0;
         bool ok;
         if (options.decodeEscapes) {
-            ok = XoCharMapper::multiByteToWideChar(id, line.data(), int(line.size()), converted, true, false);
+            ok = XoCharMapper::multiByteToWideChar(id, line.data(), int(line.size()), converted,
+                                                   true, false);
             if (ok) {
                 const int size = converted.size();
                 const wchar_t* units = converted.data();
@@ -134,7 +149,8 @@ bool readEightBit(std::FILE* in, const Options& options, code_page_id id, Progre
             ok = decodePlain(line, id, text, bad);
         }
         if (!ok) {
-            error = offsetText(static_cast<long long>(start + bad)) + ": not a character of code page " + options.from.name;
+            error = offsetText(static_cast<long long>(start + bad)) +
+                    ": not a character of code page " + options.from.name;
             return false;
         }
         start = end;
@@ -158,7 +174,8 @@ std::wstring withLineEnds(const std::wstring& text, LineEnds lineEnds) {
     return result;
 }
 
-bool writeEightBit(std::FILE* out, const std::wstring& text, const Options& options, std::size_t& replaced) {
+bool writeEightBit(std::FILE* out, const std::wstring& text, const Options& options,
+                   std::size_t& replaced) {
     const code_page_id id = idOf(options.to);
     std::string bytes;
     if (options.cif) {
@@ -168,9 +185,12 @@ bool writeEightBit(std::FILE* out, const std::wstring& text, const Options& opti
             const std::size_t end = std::min(text.find(L'\0', start), text.size());
             if (end > start) {
                 XoVector<char> converted; // the conversion appends to what it holds
-                XoCharMapper::wideCharToMultiByte(id, text.data() + start, int(end - start), converted);
+                XoCharMapper::wideCharToMultiByte(id, text.data() + start, int(end - start),
+                                                  converted);
                 const int size = converted.size();
-                bytes.append(converted.data(), std::size_t(size - (size > 0 && converted.data()[size - 1] == 0 ? 1 : 0)));
+                bytes.append(
+                    converted.data(),
+                    std::size_t(size - (size > 0 && converted.data()[size - 1] == 0 ? 1 : 0)));
             }
             if (end < text.size())
                 bytes += '\0';
@@ -219,15 +239,18 @@ bool readText(std::FILE* in, const Options& options, Progress& progress, std::ws
     if (marked) {
         const unsigned format = file.getCharFormat();
         if (format != kFormatUtf8 && format != kFormatUtf16Little && format != kFormatUtf16Big) {
-            error = std::string("a ") + formatName(format) + " byte-order mark: UTF-32 is not supported";
+            error = std::string("a ") + formatName(format) +
+                    " byte-order mark: UTF-32 is not supported";
             return false;
         }
         if (encoding.kind != Encoding::Auto && formatOf(encoding) != format) {
-            error = std::string("the byte-order mark says ") + formatName(format) + ", --from says " + encoding.name;
+            error = std::string("the byte-order mark says ") + formatName(format) +
+                    ", --from says " + encoding.name;
             return false;
         }
-        encoding.kind = format == kFormatUtf8 ? Encoding::Utf8 : format == kFormatUtf16Little ? Encoding::Utf16Little
-                                                                                               : Encoding::Utf16Big;
+        encoding.kind = format == kFormatUtf8          ? Encoding::Utf8
+                        : format == kFormatUtf16Little ? Encoding::Utf16Little
+                                                       : Encoding::Utf16Big;
         encoding.name = formatName(format);
     } else if (encoding.kind == Encoding::Auto) {
         parseEncoding("ansi", encoding);
@@ -277,13 +300,14 @@ std::string detect(std::FILE* in, const Options& options) {
     Encoding base = options.from;
     if (base.kind != Encoding::Ansi8)
         parseEncoding("ansi", base);
-    const code_page_id chosen = XoCharMapper::JudgeSuitableCodePage(bytes.data(), unsigned(bytes.size()),
-                                                                    idOf(base), idOf(options.candidate));
+    const code_page_id chosen = XoCharMapper::JudgeSuitableCodePage(
+        bytes.data(), unsigned(bytes.size()), idOf(base), idOf(options.candidate));
     const bool candidate = chosen == idOf(options.candidate) && chosen != idOf(base);
     const Encoding& winner = candidate ? options.candidate : base;
     const int windowsPage = XoCodePageMapper::veskCpToAnsiCp(chosen);
     return "no byte-order mark; 8-bit text suits " + winner.name + " (Windows code page " +
-           std::to_string(windowsPage == 3 ? XoCodePageMapper::currentSystemAnsiCp() : windowsPage) +
+           std::to_string(windowsPage == 3 ? XoCodePageMapper::currentSystemAnsiCp()
+                                           : windowsPage) +
            ", code_page_id " + std::to_string(int(chosen)) + ")";
 }
 

@@ -96,8 +96,8 @@ bool matchesWholeName(const std::wstring& name, const std::vector<std::wstring>&
 
 } // namespace
 
-bool selectFiles(const std::string& folder, const std::string& patterns, std::vector<fs::path>& files,
-                 std::string& error) {
+bool selectFiles(const std::string& folder, const std::string& patterns,
+                 std::vector<fs::path>& files, std::string& error) {
     std::error_code failure;
     fs::directory_iterator entries(fs::path(folder), failure);
     if (failure) {
@@ -106,7 +106,8 @@ bool selectFiles(const std::string& folder, const std::string& patterns, std::ve
     }
     const std::vector<std::wstring> items = patternItems(fs::path(patterns).wstring());
     for (const fs::directory_entry& entry : entries) {
-        if (entry.is_regular_file(failure) && matchesWholeName(entry.path().filename().wstring(), items))
+        if (entry.is_regular_file(failure) &&
+            matchesWholeName(entry.path().filename().wstring(), items))
             files.push_back(entry.path());
     }
     std::sort(files.begin(), files.end());

@@ -11,7 +11,8 @@ namespace xoconv {
 namespace {
 
 std::string lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return char(std::tolower(c)); });
     return text;
 }
 
@@ -23,8 +24,8 @@ bool number(const std::string& text, long& value) {
 }
 
 // An option's value: "--name=value", or the next argument.
-bool valueOf(const std::string& arg, const char* name, int& i, int argc, char** argv, std::string& value,
-             std::string& error) {
+bool valueOf(const std::string& arg, const char* name, int& i, int argc, char** argv,
+             std::string& value, std::string& error) {
     const std::string prefix = std::string(name) + "=";
     if (arg.compare(0, prefix.size(), prefix) == 0) {
         value = arg.substr(prefix.size());
@@ -93,7 +94,9 @@ bool parseOptions(int argc, char** argv, Options& options, std::string& error, b
         } else if (is("-f") || is("--from") || is("-t") || is("--to") || is("--candidate")) {
             const bool from = is("-f") || is("--from");
             const bool to = is("-t") || is("--to");
-            const char* name = from ? (is("-f") ? "-f" : "--from") : to ? (is("-t") ? "-t" : "--to") : "--candidate";
+            const char* name = from ? (is("-f") ? "-f" : "--from")
+                               : to ? (is("-t") ? "-t" : "--to")
+                                    : "--candidate";
             if (!valueOf(arg, name, i, argc, argv, value, error))
                 return false;
             Encoding& target = from ? options.from : to ? options.to : options.candidate;
@@ -155,7 +158,8 @@ bool parseOptions(int argc, char** argv, Options& options, std::string& error, b
         error = "-o takes a single input and no --in-place or --output-dir";
         return false;
     }
-    if (options.inPlace && std::find(options.inputs.begin(), options.inputs.end(), "-") != options.inputs.end()) {
+    if (options.inPlace &&
+        std::find(options.inputs.begin(), options.inputs.end(), "-") != options.inputs.end()) {
         error = "standard input cannot be converted in place";
         return false;
     }

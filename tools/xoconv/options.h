@@ -17,19 +17,19 @@ struct Encoding {
 enum class LineEnds { Keep, Lf, CrLf };
 
 struct Options {
-    Encoding from;              // Auto: the byte-order mark, else the system code page
-    Encoding to;                // default UTF-8
-    Encoding candidate;         // --detect: the code page tried against --from
-    int bom = -1;               // -1 by format (UTF-16 yes, UTF-8 no), 0 no, 1 yes
-    bool cif = false;           // unmappable characters as CIF escapes instead of '?'
-    bool decodeEscapes = true;  // CIF and MIF escapes in 8-bit input
+    Encoding from;             // Auto: the byte-order mark, else the system code page
+    Encoding to;               // default UTF-8
+    Encoding candidate;        // --detect: the code page tried against --from
+    int bom = -1;              // -1 by format (UTF-16 yes, UTF-8 no), 0 no, 1 yes
+    bool cif = false;          // unmappable characters as CIF escapes instead of '?'
+    bool decodeEscapes = true; // CIF and MIF escapes in 8-bit input
     LineEnds lineEnds = LineEnds::Keep;
     bool detect = false;
     bool inPlace = false;
     bool quiet = false;
-    std::string output;         // -o: a file, or "-"
+    std::string output; // -o: a file, or "-"
     std::string outputDir;
-    std::string dir;            // --dir with --match
+    std::string dir; // --dir with --match
     std::string match;
     std::vector<std::string> inputs;
 };

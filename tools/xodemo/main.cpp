@@ -91,15 +91,16 @@ void showCopyOnWrite() {
     try {
         units.at(units.size());
     } catch (XoErrorStatus* caught) {
-        std::printf("vector: reading past the end threw error type %d\n",
-                    int(caught->errorType()));
+        std::printf("vector: reading past the end threw error type %d\n", int(caught->errorType()));
         delete caught;
     }
 }
 
 std::wstring g_lastTrace;
 
-void keepTrace(const wchar_t* text) { g_lastTrace = text; }
+void keepTrace(const wchar_t* text) {
+    g_lastTrace = text;
+}
 
 void showTracer() {
     XoTracer::setTraceFunctionW(keepTrace);

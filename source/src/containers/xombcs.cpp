@@ -21,7 +21,8 @@ struct PageFacts {
     bool lead[256];
     platform::CharConverter converter;
 
-    explicit PageFacts(int page) : codePage(page), doubleByte(false), lead{}, converter(unsigned(page)) {
+    explicit PageFacts(int page)
+        : codePage(page), doubleByte(false), lead{}, converter(unsigned(page)) {
         for (unsigned b = 0; b < 256; ++b) {
             lead[b] = platform::isDbcsLeadByte(unsigned(page), std::uint8_t(b));
             doubleByte |= lead[b];
@@ -67,10 +68,16 @@ unsigned int readCharToCompare(const PageFacts& page, const unsigned char*& p) {
     return *p != 0 ? (c << 8) | *p++ : c << 8;
 }
 
-int sign(unsigned int a, unsigned int b) { return a == b ? 0 : a < b ? -1 : 1; }
+int sign(unsigned int a, unsigned int b) {
+    return a == b ? 0 : a < b ? -1 : 1;
+}
 
-unsigned int asciiUpper(unsigned int c) { return c >= 'a' && c <= 'z' ? c - 32 : c; }
-unsigned int asciiLower(unsigned int c) { return c >= 'A' && c <= 'Z' ? c + 32 : c; }
+unsigned int asciiUpper(unsigned int c) {
+    return c >= 'a' && c <= 'z' ? c - 32 : c;
+}
+unsigned int asciiLower(unsigned int c) {
+    return c >= 'A' && c <= 'Z' ? c + 32 : c;
+}
 
 // Latin Extended-A alternates upper and lower case, the upper on even units except in
 // the three runs that start on an odd one.
@@ -188,9 +195,13 @@ int compareChars(const unsigned char* a, const unsigned char* b, std::size_t cou
     return 0;
 }
 
-unsigned int same(const PageFacts&, unsigned int c) { return c; }
+unsigned int same(const PageFacts&, unsigned int c) {
+    return c;
+}
 
-unsigned int folded(const PageFacts& page, unsigned int c) { return stringLowerOf(page, c); }
+unsigned int folded(const PageFacts& page, unsigned int c) {
+    return stringLowerOf(page, c);
+}
 
 unsigned char* mapInPlace(unsigned char* s, unsigned int (*map)(const PageFacts&, unsigned int)) {
     const PageFacts& page = facts();
@@ -212,7 +223,9 @@ constexpr std::size_t kAll = ~std::size_t(0);
 
 } // namespace
 
-bool isLeadByte(unsigned char b) { return facts().lead[b]; }
+bool isLeadByte(unsigned char b) {
+    return facts().lead[b];
+}
 
 unsigned char* inc(const unsigned char* p) {
     readChar(facts(), p);
@@ -269,21 +282,38 @@ unsigned char* str(const unsigned char* haystack, const unsigned char* needle) {
     if (n == 0)
         return const_cast<unsigned char*>(haystack);
     for (const unsigned char* p = haystack; *p != 0;) {
-        if (std::strncmp(reinterpret_cast<const char*>(p), reinterpret_cast<const char*>(needle), n) == 0)
+        if (std::strncmp(reinterpret_cast<const char*>(p), reinterpret_cast<const char*>(needle),
+                         n) == 0)
             return const_cast<unsigned char*>(p);
         readChar(page, p);
     }
     return nullptr;
 }
 
-int cmp(const unsigned char* a, const unsigned char* b) { return compareChars(a, b, kAll, same); }
-int ncmp(const unsigned char* a, const unsigned char* b, std::size_t count) { return compareChars(a, b, count, same); }
-int icmp(const unsigned char* a, const unsigned char* b) { return compareChars(a, b, kAll, folded); }
-int nicmp(const unsigned char* a, const unsigned char* b, std::size_t count) { return compareChars(a, b, count, folded); }
-int coll(const unsigned char* a, const unsigned char* b) { return cmp(a, b); }
-int ncoll(const unsigned char* a, const unsigned char* b, std::size_t count) { return ncmp(a, b, count); }
-int icoll(const unsigned char* a, const unsigned char* b) { return icmp(a, b); }
-int nicoll(const unsigned char* a, const unsigned char* b, std::size_t count) { return nicmp(a, b, count); }
+int cmp(const unsigned char* a, const unsigned char* b) {
+    return compareChars(a, b, kAll, same);
+}
+int ncmp(const unsigned char* a, const unsigned char* b, std::size_t count) {
+    return compareChars(a, b, count, same);
+}
+int icmp(const unsigned char* a, const unsigned char* b) {
+    return compareChars(a, b, kAll, folded);
+}
+int nicmp(const unsigned char* a, const unsigned char* b, std::size_t count) {
+    return compareChars(a, b, count, folded);
+}
+int coll(const unsigned char* a, const unsigned char* b) {
+    return cmp(a, b);
+}
+int ncoll(const unsigned char* a, const unsigned char* b, std::size_t count) {
+    return ncmp(a, b, count);
+}
+int icoll(const unsigned char* a, const unsigned char* b) {
+    return icmp(a, b);
+}
+int nicoll(const unsigned char* a, const unsigned char* b, std::size_t count) {
+    return nicmp(a, b, count);
+}
 
 unsigned char* rev(unsigned char* s) {
     const PageFacts& page = facts();
@@ -304,12 +334,20 @@ unsigned char* rev(unsigned char* s) {
     return s;
 }
 
-unsigned char* upr(unsigned char* s) { return mapInPlace(s, stringUpperOf); }
-unsigned char* lwr(unsigned char* s) { return mapInPlace(s, stringLowerOf); }
+unsigned char* upr(unsigned char* s) {
+    return mapInPlace(s, stringUpperOf);
+}
+unsigned char* lwr(unsigned char* s) {
+    return mapInPlace(s, stringLowerOf);
+}
 
-unsigned int toUpper(unsigned int c) { return c > 0xFFFF ? c : upperOf(facts(), c); }
+unsigned int toUpper(unsigned int c) {
+    return c > 0xFFFF ? c : upperOf(facts(), c);
+}
 
-unsigned int toLower(unsigned int c) { return c > 0xFFFF ? c : lowerOf(facts(), c); }
+unsigned int toLower(unsigned int c) {
+    return c > 0xFFFF ? c : lowerOf(facts(), c);
+}
 
 // Lower-case letters that have no upper case of their own.
 bool caselessLower(char16_t u) {

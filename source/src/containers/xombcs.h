@@ -12,15 +12,15 @@ namespace xo::mbcs {
 // Whether byte b is a lead byte of the current multibyte code page.
 bool isLeadByte(unsigned char b);
 
-unsigned char* inc(const unsigned char* p);                         // _mbsinc
-unsigned char* ninc(const unsigned char* p, std::size_t count);     // _mbsninc
-unsigned char* dec(const unsigned char* start, const unsigned char* p); // _mbsdec
-std::size_t len(const unsigned char* s);                            // _mbslen
+unsigned char* inc(const unsigned char* p);                                     // _mbsinc
+unsigned char* ninc(const unsigned char* p, std::size_t count);                 // _mbsninc
+unsigned char* dec(const unsigned char* start, const unsigned char* p);         // _mbsdec
+std::size_t len(const unsigned char* s);                                        // _mbslen
 unsigned char* str(const unsigned char* haystack, const unsigned char* needle); // _mbsstr
 
-int cmp(const unsigned char* a, const unsigned char* b);                     // _mbscmp
-int ncmp(const unsigned char* a, const unsigned char* b, std::size_t count); // _mbsncmp
-int icmp(const unsigned char* a, const unsigned char* b);                    // _mbsicmp
+int cmp(const unsigned char* a, const unsigned char* b);                      // _mbscmp
+int ncmp(const unsigned char* a, const unsigned char* b, std::size_t count);  // _mbsncmp
+int icmp(const unsigned char* a, const unsigned char* b);                     // _mbsicmp
 int nicmp(const unsigned char* a, const unsigned char* b, std::size_t count); // _mbsnicmp
 
 // Collation in the C locale, where it is the order of characters: as cmp and ncmp,

@@ -7,9 +7,13 @@
 
 namespace {
 
-const unsigned char* u(const char* s) { return reinterpret_cast<const unsigned char*>(s); }
+const unsigned char* u(const char* s) {
+    return reinterpret_cast<const unsigned char*>(s);
+}
 
-int ansiCodePage() { return int(xo::platform::systemAnsiCodePage()); }
+int ansiCodePage() {
+    return int(xo::platform::systemAnsiCodePage());
+}
 
 // Every constructor ends here: the header becomes the string's own (a shared one, the
 // empty instance included, is copied), then takes the code page.
@@ -20,13 +24,17 @@ void ownHeader(XoStringA& s, int codePage) {
 
 } // namespace
 
-XoStringA::XoStringA() { ownHeader(*this, ansiCodePage()); }
+XoStringA::XoStringA() {
+    ownHeader(*this, ansiCodePage());
+}
 
 XoStringA::XoStringA(std::size_t capacity) : XoStringT(capacity) {
     ownHeader(*this, ansiCodePage());
 }
 
-XoStringA::XoStringA(const char* text) : XoStringT(text) { ownHeader(*this, ansiCodePage()); }
+XoStringA::XoStringA(const char* text) : XoStringT(text) {
+    ownHeader(*this, ansiCodePage());
+}
 
 XoStringA::XoStringA(const char* text, int length) : XoStringT(text, length) {
     ownHeader(*this, ansiCodePage());
@@ -55,9 +63,13 @@ XoStringA& XoStringA::operator=(const XoStringA& other) {
     return *this;
 }
 
-int XoStringA::length() const { return isEmpty() ? 0 : int(xo::mbcs::len(u(constStr()))); }
+int XoStringA::length() const {
+    return isEmpty() ? 0 : int(xo::mbcs::len(u(constStr())));
+}
 
-int XoStringA::codepage() const { return header()->m_nCodePage; }
+int XoStringA::codepage() const {
+    return header()->m_nCodePage;
+}
 
 int XoStringA::setCodepage(int codePage) {
     const int previous = codepage();

@@ -7,30 +7,32 @@
 #include <type_traits>
 #include <utility>
 
-#include "containers/xombcs.h"
 #include "containers/xoformatter.h"
 #include "containers/xolasttext.h"
+#include "containers/xombcs.h"
 #include "platform/memoryprobe.h"
 
 namespace {
 
 using Bytes = const unsigned char*;
 
-Bytes u(const char* s) { return reinterpret_cast<Bytes>(s); }
-const char* c(const unsigned char* s) { return reinterpret_cast<const char*>(s); }
+Bytes u(const char* s) {
+    return reinterpret_cast<Bytes>(s);
+}
+const char* c(const unsigned char* s) {
+    return reinterpret_cast<const char*>(s);
+}
 
 // What an empty string reads: never the shared empty header's null data.
 const char kEmptyText[1] = {0};
 
 // The element pointer of a buffer, writable, without unsharing.
-template <class B>
-auto* charsOf(const B& b) {
+template <class B> auto* charsOf(const B& b) {
     return B::getDataPtr(b.header());
 }
 
 // Whether p points into the block of b (its text or its spare room).
-template <class B, class T>
-bool holds(const B& b, const T* p) {
+template <class B, class T> bool holds(const B& b, const T* p) {
     const std::less<const T*> before;
     const T* first = charsOf(b);
     return b.allocCount() != 0 && !before(p, first) && before(p, first + b.allocCount());
@@ -55,15 +57,15 @@ bool readableLength(const char* text, std::size_t& length) {
 
 // Bytes held apart from a string while it is rewritten or reallocated: a copy when they
 // lie in the string's own block, else the bytes where they are.
-template <class B>
-class Stable {
+template <class B> class Stable {
 public:
     using T = std::remove_pointer_t<decltype(charsOf(std::declval<B>()))>;
     Stable(const B& owner, const T* text, std::size_t n) : text_(text) {
         if (text == nullptr || n == 0 || !holds(owner, text))
             return;
         copy_ = static_cast<T*>(XoMemDataAllocator::allocate(n * sizeof(T)));
-        text_ = copy_ == nullptr ? nullptr : static_cast<const T*>(std::memcpy(copy_, text, n * sizeof(T)));
+        text_ = copy_ == nullptr ? nullptr
+                                 : static_cast<const T*>(std::memcpy(copy_, text, n * sizeof(T)));
         failed_ = copy_ == nullptr;
     }
     Stable(const Stable&) = delete;
@@ -86,11 +88,17 @@ private:
 
 XO_STRING XO_STRING_T::XoStringT() : Buffer() {}
 
-XO_STRING XO_STRING_T::XoStringT(std::size_t capacity) : Buffer() { setCapacity(capacity); }
+XO_STRING XO_STRING_T::XoStringT(std::size_t capacity) : Buffer() {
+    setCapacity(capacity);
+}
 
-XO_STRING XO_STRING_T::XoStringT(const T* text) : Buffer() { assign(text); }
+XO_STRING XO_STRING_T::XoStringT(const T* text) : Buffer() {
+    assign(text);
+}
 
-XO_STRING XO_STRING_T::XoStringT(const T* text, int length) : Buffer() { assign(text, length); }
+XO_STRING XO_STRING_T::XoStringT(const T* text, int length) : Buffer() {
+    assign(text, length);
+}
 
 XO_STRING XO_STRING_T::XoStringT(T ch, int repeat) : Buffer() {
     if (repeat < 1 || !this->copyBeforeWrite(std::size_t(repeat) + 1))
@@ -104,11 +112,17 @@ XO_STRING XO_STRING_T::XoStringT(const XoStringT& other) : Buffer(other) {}
 
 XO_STRING XO_STRING_T::~XoStringT() = default;
 
-XO_STRING XO_STRING_T& XO_STRING_T::operator=(const XoStringT& other) { return assign(other); }
+XO_STRING XO_STRING_T& XO_STRING_T::operator=(const XoStringT& other) {
+    return assign(other);
+}
 
-XO_STRING XO_STRING_T& XO_STRING_T::operator=(const T* text) { return assign(text); }
+XO_STRING XO_STRING_T& XO_STRING_T::operator=(const T* text) {
+    return assign(text);
+}
 
-XO_STRING XO_STRING_T& XO_STRING_T::operator=(T ch) { return assign(ch); }
+XO_STRING XO_STRING_T& XO_STRING_T::operator=(T ch) {
+    return assign(ch);
+}
 
 XO_STRING XO_STRING_T& XO_STRING_T::assign(const XoStringT& other) {
     Buffer::assign(other);
@@ -141,7 +155,9 @@ XO_STRING XO_STRING_T& XO_STRING_T::assign(const T* text, int length) {
     return *this;
 }
 
-XO_STRING XO_STRING_T& XO_STRING_T::assign(T ch) { return assign(&ch, 1); }
+XO_STRING XO_STRING_T& XO_STRING_T::assign(T ch) {
+    return assign(&ch, 1);
+}
 
 XO_STRING XO_STRING_T& XO_STRING_T::assign(std::size_t capacity) {
     if (this->copyBeforeWrite(1)) {
@@ -168,7 +184,7 @@ XO_STRING XO_STRING_T& XO_STRING_T::concat(const T* text, int length) {
 }
 
 XO_STRING XO_STRING_T& XO_STRING_T::concat(const T* first, int firstLength, const T* second,
-                                            int secondLength) {
+                                           int secondLength) {
     const std::size_t n1 = first != nullptr && firstLength > 0 ? std::size_t(firstLength) : 0;
     const std::size_t n2 = second != nullptr && secondLength > 0 ? std::size_t(secondLength) : 0;
     if (n1 + n2 == 0)
@@ -200,11 +216,17 @@ XO_STRING XO_STRING_T& XO_STRING_T::concat(T ch) {
     return concat(&ch, 1);
 }
 
-XO_STRING XO_STRING_T& XO_STRING_T::operator+=(const XoStringT& other) { return concat(other); }
+XO_STRING XO_STRING_T& XO_STRING_T::operator+=(const XoStringT& other) {
+    return concat(other);
+}
 
-XO_STRING XO_STRING_T& XO_STRING_T::operator+=(const T* text) { return concat(text); }
+XO_STRING XO_STRING_T& XO_STRING_T::operator+=(const T* text) {
+    return concat(text);
+}
 
-XO_STRING XO_STRING_T& XO_STRING_T::operator+=(T ch) { return concat(ch); }
+XO_STRING XO_STRING_T& XO_STRING_T::operator+=(T ch) {
+    return concat(ch);
+}
 
 XO_STRING int XO_STRING_T::compare(const XoStringT& other) const {
     return compare(other.constStr());
@@ -245,8 +267,7 @@ Bytes characterAt(Bytes text, int start) {
 }
 
 // The character index of the last character whose first byte passes the test.
-template <class Test>
-int lastCharacter(Bytes text, Test test) {
+template <class Test> int lastCharacter(Bytes text, Test test) {
     const std::size_t characters = xo::mbcs::len(text);
     if (characters == 0)
         return -1;
@@ -261,15 +282,16 @@ int lastCharacter(Bytes text, Test test) {
 
 // The character index of the first character from p on (at index) whose first byte
 // passes the test.
-template <class Test>
-int firstCharacter(Bytes p, int index, Test test) {
+template <class Test> int firstCharacter(Bytes p, int index, Test test) {
     for (; *p != 0; p = xo::mbcs::inc(p), ++index)
         if (test(*p))
             return index;
     return -1;
 }
 
-bool inSet(const char* set, unsigned char b) { return std::strchr(set, b) != nullptr; }
+bool inSet(const char* set, unsigned char b) {
+    return std::strchr(set, b) != nullptr;
+}
 
 } // namespace
 
@@ -407,7 +429,8 @@ XO_STRING int XO_STRING_T::replace(const T* oldText, const T* newText) {
     T* write = data;
     while (read < readEnd) {
         const Bytes found = xo::mbcs::str(u(read), u(from.get()));
-        const std::size_t keep = found != nullptr ? std::size_t(c(found) - read) : std::strlen(read);
+        const std::size_t keep =
+            found != nullptr ? std::size_t(c(found) - read) : std::strlen(read);
         XoPodReallocator<T>::move(write, read, keep);
         write += keep;
         read += keep;
@@ -428,9 +451,13 @@ XO_STRING int XO_STRING_T::replace(T a, T b) {
     return a == b || isEmpty() ? 0 : -1;
 }
 
-XO_STRING XO_STRING_T XO_STRING_T::left(int n) const { return mid(0, n); }
+XO_STRING XO_STRING_T XO_STRING_T::left(int n) const {
+    return mid(0, n);
+}
 
-XO_STRING XO_STRING_T XO_STRING_T::mid(int start) const { return mid(start, numOfChars()); }
+XO_STRING XO_STRING_T XO_STRING_T::mid(int start) const {
+    return mid(start, numOfChars());
+}
 
 XO_STRING XO_STRING_T XO_STRING_T::mid(int start, int n) const {
     if (start < 0)
@@ -450,17 +477,29 @@ XO_STRING XO_STRING_T XO_STRING_T::right(int n) const {
     return n < length ? mid(length - n, n) : *this;
 }
 
-XO_STRING XO_STRING_T XO_STRING_T::spanIncluding(const T*) const { return XoStringT(); }
+XO_STRING XO_STRING_T XO_STRING_T::spanIncluding(const T*) const {
+    return XoStringT();
+}
 
-XO_STRING XO_STRING_T XO_STRING_T::spanExcluding(const T*) const { return XoStringT(); }
+XO_STRING XO_STRING_T XO_STRING_T::spanExcluding(const T*) const {
+    return XoStringT();
+}
 
-XO_STRING int XO_STRING_T::match(const T*) const { return -1; }
+XO_STRING int XO_STRING_T::match(const T*) const {
+    return -1;
+}
 
-XO_STRING int XO_STRING_T::matchNoCase(const T*) const { return -1; }
+XO_STRING int XO_STRING_T::matchNoCase(const T*) const {
+    return -1;
+}
 
-XO_STRING XO_STRING_T& XO_STRING_T::makeUpper() { return *this; }
+XO_STRING XO_STRING_T& XO_STRING_T::makeUpper() {
+    return *this;
+}
 
-XO_STRING XO_STRING_T& XO_STRING_T::makeLower() { return *this; }
+XO_STRING XO_STRING_T& XO_STRING_T::makeLower() {
+    return *this;
+}
 
 XO_STRING XO_STRING_T& XO_STRING_T::makeReverse() {
     if (!isEmpty() && this->copyIfShared())
@@ -473,18 +512,26 @@ XO_STRING XO_STRING_T& XO_STRING_T::trimLeft() {
     return *this;
 }
 
-XO_STRING XO_STRING_T& XO_STRING_T::trimLeft(T) { return trimLeft(); }
+XO_STRING XO_STRING_T& XO_STRING_T::trimLeft(T) {
+    return trimLeft();
+}
 
-XO_STRING XO_STRING_T& XO_STRING_T::trimLeft(const T*) { return trimLeft(); }
+XO_STRING XO_STRING_T& XO_STRING_T::trimLeft(const T*) {
+    return trimLeft();
+}
 
 XO_STRING XO_STRING_T& XO_STRING_T::trimRight() {
     setNumOfChars(numOfChars());
     return *this;
 }
 
-XO_STRING XO_STRING_T& XO_STRING_T::trimRight(T) { return trimRight(); }
+XO_STRING XO_STRING_T& XO_STRING_T::trimRight(T) {
+    return trimRight();
+}
 
-XO_STRING XO_STRING_T& XO_STRING_T::trimRight(const T*) { return trimRight(); }
+XO_STRING XO_STRING_T& XO_STRING_T::trimRight(const T*) {
+    return trimRight();
+}
 
 XO_STRING void XO_STRING_T::format(const T* fmt, ...) {
     va_list args;
@@ -510,13 +557,21 @@ XO_STRING void XO_STRING_T::formatV(const T* fmt, va_list args) {
     this->copyBeforeWrite(std::strlen(data) + 1);
 }
 
-XO_STRING T XO_STRING_T::getAt(int index) const { return constStr()[index]; }
+XO_STRING T XO_STRING_T::getAt(int index) const {
+    return constStr()[index];
+}
 
-XO_STRING void XO_STRING_T::setAt(int index, T ch) { Buffer::setAt(std::size_t(index), ch); }
+XO_STRING void XO_STRING_T::setAt(int index, T ch) {
+    Buffer::setAt(std::size_t(index), ch);
+}
 
-XO_STRING T XO_STRING_T::operator[](int index) const { return constStr()[index]; }
+XO_STRING T XO_STRING_T::operator[](int index) const {
+    return constStr()[index];
+}
 
-XO_STRING XO_STRING_T::operator const T*() const { return constStr(); }
+XO_STRING XO_STRING_T::operator const T*() const {
+    return constStr();
+}
 
 XO_STRING const T* XO_STRING_T::constStr() const {
     return this->count() == 0 ? kEmptyText : charsOf(*this);
@@ -567,7 +622,9 @@ XO_STRING T* XO_STRING_T::lockBuffer() {
     return Buffer::lockBuffer();
 }
 
-XO_STRING void XO_STRING_T::unlockBuffer() { Buffer::unlockBuffer(); }
+XO_STRING void XO_STRING_T::unlockBuffer() {
+    Buffer::unlockBuffer();
+}
 
 XO_STRING std::size_t XO_STRING_T::capacity() const {
     return this->allocCount() == 0 ? 0 : this->allocCount() - 1;
@@ -597,7 +654,9 @@ XO_STRING void XO_STRING_T::setNumOfChars(int n) {
         charsOf(*this)[n] = 0;
 }
 
-XO_STRING bool XO_STRING_T::isEmpty() const { return numOfChars() == 0; }
+XO_STRING bool XO_STRING_T::isEmpty() const {
+    return numOfChars() == 0;
+}
 
 XO_STRING bool XO_STRING_T::isAscii() const {
     const T* text = constStr();
@@ -608,7 +667,9 @@ XO_STRING bool XO_STRING_T::isAscii() const {
     return true;
 }
 
-XO_STRING void XO_STRING_T::setEmpty() { setNumOfChars(0); }
+XO_STRING void XO_STRING_T::setEmpty() {
+    setNumOfChars(0);
+}
 
 #undef XO_STRING_T
 #undef XO_STRING

@@ -9,7 +9,9 @@ XoVectorData g_emptyVectorData = {{1}, 0, 0, XoVectorDefaultGrowPolicy::kGrowLen
 
 XoVectorData* const gpEmptyVectorData = &g_emptyVectorData;
 
-void XoVectorData::throwErrorStatus(Vesk::ErrorStatus status) { xo::throwErrorStatus(status); }
+void XoVectorData::throwErrorStatus(Vesk::ErrorStatus status) {
+    xo::throwErrorStatus(status);
+}
 
 // The header's explicit instantiation declarations already carry the export attribute,
 // so GCC calls these redundant; they stay for compilers that read it here.

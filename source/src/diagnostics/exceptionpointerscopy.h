@@ -8,8 +8,7 @@
 
 namespace xo {
 
-template <class Record>
-void freeRecordChain(Record* record) {
+template <class Record> void freeRecordChain(Record* record) {
     while (record != nullptr) {
         Record* next = record->ExceptionRecord;
         std::free(record);
@@ -17,8 +16,7 @@ void freeRecordChain(Record* record) {
     }
 }
 
-template <class Record>
-Record* copyRecordChain(const Record* source) {
+template <class Record> Record* copyRecordChain(const Record* source) {
     Record* first = nullptr;
     Record** link = &first;
     for (; source != nullptr; source = source->ExceptionRecord) {
@@ -63,8 +61,7 @@ Pointers* copyExceptionPointers(const Pointers* source, RebaseContext rebase) {
     return copy;
 }
 
-template <class Pointers>
-void freeExceptionPointers(Pointers* pointers) {
+template <class Pointers> void freeExceptionPointers(Pointers* pointers) {
     if (pointers == nullptr)
         return;
     freeRecordChain(pointers->ExceptionRecord);

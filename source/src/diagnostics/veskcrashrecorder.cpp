@@ -6,9 +6,13 @@ namespace {
 VeskCrashRecorder* g_recorder = nullptr;
 } // namespace
 
-void veskSetCrashRecorder(VeskCrashRecorder* recorder) { g_recorder = recorder; }
+void veskSetCrashRecorder(VeskCrashRecorder* recorder) {
+    g_recorder = recorder;
+}
 
-VeskCrashRecorder* veskGetCrashRecorder() { return g_recorder; }
+VeskCrashRecorder* veskGetCrashRecorder() {
+    return g_recorder;
+}
 
 namespace xo {
 

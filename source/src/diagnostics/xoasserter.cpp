@@ -8,7 +8,9 @@
 
 namespace {
 
-std::size_t lengthOrOne(const wchar_t* text) { return text ? std::wcslen(text) : 1; }
+std::size_t lengthOrOne(const wchar_t* text) {
+    return text ? std::wcslen(text) : 1;
+}
 
 // The initial assertion function: a report to the debugger output; execution goes on.
 void reportAssertion(const wchar_t* expression, const wchar_t* file, int line) {

@@ -21,12 +21,13 @@ XoErrorStatus::XoErrorStatus(Vesk::ErrorStatus errorType, const wchar_t* file, i
 
 XoErrorStatus::XoErrorStatus(const XoErrorStatus& other)
     : XoException(other), m_pMessage(other.m_pMessage),
-      m_pCachedDescription(other.m_pCachedDescription
-                               ? xo::copyWideText(other.m_pCachedDescription)
-                               : nullptr),
+      m_pCachedDescription(other.m_pCachedDescription ? xo::copyWideText(other.m_pCachedDescription)
+                                                      : nullptr),
       m_eErrorType(other.m_eErrorType) {}
 
-XoErrorStatus::~XoErrorStatus() { delete[] m_pCachedDescription; }
+XoErrorStatus::~XoErrorStatus() {
+    delete[] m_pCachedDescription;
+}
 
 // Texts longer than the buffer are cut, not overrun.
 const wchar_t* XoErrorStatus::description() const {

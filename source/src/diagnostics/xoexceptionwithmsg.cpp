@@ -4,7 +4,9 @@
 
 namespace {
 
-wchar_t* copyText(const wchar_t* text) { return xo::copyWideText(text ? text : L""); }
+wchar_t* copyText(const wchar_t* text) {
+    return xo::copyWideText(text ? text : L"");
+}
 
 } // namespace
 
@@ -18,6 +20,10 @@ XoExceptionWithMsg::XoExceptionWithMsg(const wchar_t* file, int line, const wcha
 XoExceptionWithMsg::XoExceptionWithMsg(const XoExceptionWithMsg& other)
     : XoException(other), m_pMessage(copyText(other.m_pMessage)) {}
 
-XoExceptionWithMsg::~XoExceptionWithMsg() { delete[] m_pMessage; }
+XoExceptionWithMsg::~XoExceptionWithMsg() {
+    delete[] m_pMessage;
+}
 
-const wchar_t* XoExceptionWithMsg::description() const { return m_pMessage; }
+const wchar_t* XoExceptionWithMsg::description() const {
+    return m_pMessage;
+}

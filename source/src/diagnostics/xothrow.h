@@ -13,8 +13,7 @@ extern const wchar_t kThrowSiteFile[];
 
 void notifyCrashRecorder(XoException* exception);
 
-template <class E>
-[[noreturn]] void throwException(E* exception) {
+template <class E> [[noreturn]] void throwException(E* exception) {
     notifyCrashRecorder(exception);
     throw exception;
 }

@@ -41,6 +41,10 @@ XoTraceFunctionA XoTracer::setTraceFunctionA(XoTraceFunctionA function) {
     return function;
 }
 
-void XoTracer::defaultTraceW(const wchar_t* text) { xo::platform::debugOutputW(text); }
+void XoTracer::defaultTraceW(const wchar_t* text) {
+    xo::platform::debugOutputW(text);
+}
 
-void XoTracer::defaultTraceA(const char* text) { xo::platform::debugOutputA(text); }
+void XoTracer::defaultTraceA(const char* text) {
+    xo::platform::debugOutputA(text);
+}

@@ -11,11 +11,12 @@ namespace {
 namespace os = xo::platform;
 
 // One UTF-16 unit per element on every target.
-std::uint16_t unitOf(wchar_t ch) { return static_cast<std::uint16_t>(ch); }
+std::uint16_t unitOf(wchar_t ch) {
+    return static_cast<std::uint16_t>(ch);
+}
 
 // "\U+XXXX" without a terminator.
-template <class Char>
-void writeCif(std::uint16_t unit, Char* out) {
+template <class Char> void writeCif(std::uint16_t unit, Char* out) {
     int i = 0;
     xo::encoding::writeCifEscape(unit, [&](char c) { out[i++] = Char(c); });
 }
@@ -109,7 +110,9 @@ PnCharFormatter& PnCharFormatter::operator=(PnCharFormatter&& other) {
     return *this = static_cast<const PnCharFormatter&>(other);
 }
 
-unsigned int PnCharFormatter::getFormat() { return m_format; }
+unsigned int PnCharFormatter::getFormat() {
+    return m_format;
+}
 
 unsigned int PnCharFormatter::setFormat(unsigned int format) {
     const unsigned int previous = m_format;
@@ -117,7 +120,9 @@ unsigned int PnCharFormatter::setFormat(unsigned int format) {
     return previous;
 }
 
-bool PnCharFormatter::getUseCIF() { return m_useCIF; }
+bool PnCharFormatter::getUseCIF() {
+    return m_useCIF;
+}
 
 bool PnCharFormatter::setUseCIF(bool useCIF) {
     const bool previous = m_useCIF;
@@ -125,7 +130,9 @@ bool PnCharFormatter::setUseCIF(bool useCIF) {
     return previous;
 }
 
-bool PnCharFormatter::getExpandLF() { return m_expandLF; }
+bool PnCharFormatter::getExpandLF() {
+    return m_expandLF;
+}
 
 bool PnCharFormatter::setExpandLF(bool expandLF) {
     const bool previous = m_expandLF;
@@ -197,12 +204,13 @@ unsigned int PnCharFormatter::wcharToAnsiOrUtf8(wchar_t ch, char* out, unsigned 
     if (unit > 0x7F) {
         const wchar_t wide = wchar_t(unit);
         if (!ansi) {
-            const int n = os::wideCharToMultiByte(os::kCpUtf8, 0, &wide, 1, out, 4, nullptr, nullptr);
+            const int n =
+                os::wideCharToMultiByte(os::kCpUtf8, 0, &wide, 1, out, 4, nullptr, nullptr);
             return n > 0 ? unsigned(n) : 0;
         }
         bool usedDefault = false;
-        const int n = os::wideCharToMultiByte(os::kCpAcp, useCIF ? os::kWcNoBestFitChars : 0, &wide, 1,
-                                              out, 2, nullptr, &usedDefault);
+        const int n = os::wideCharToMultiByte(os::kCpAcp, useCIF ? os::kWcNoBestFitChars : 0, &wide,
+                                              1, out, 2, nullptr, &usedDefault);
         if (useCIF && usedDefault) {
             writeCif(unit, out); // room trusted: callers offer 7
             return 7;
@@ -218,8 +226,8 @@ unsigned int PnCharFormatter::wcharToAnsiOrUtf8(wchar_t ch, char* out, unsigned 
     return 1;
 }
 
-unsigned int PnCharFormatter::wcharToUtf16(wchar_t ch, char* out, unsigned int room, bool littleEndian,
-                                           bool expandLF) {
+unsigned int PnCharFormatter::wcharToUtf16(wchar_t ch, char* out, unsigned int room,
+                                           bool littleEndian, bool expandLF) {
     if (room < 2)
         return 0;
     const std::uint16_t unit = unitOf(ch);
@@ -237,50 +245,74 @@ unsigned int PnCharFormatter::wcharToUtf16(wchar_t ch, char* out, unsigned int r
 
 unsigned int PnCharFormatter::winCodePageFromMIFIndex(unsigned int index) {
     switch (index) {
-    case 1: return 932;
-    case 2: return 950;
-    case 3: return 949;
-    case 4: return 1361;
-    case 5: return 936;
-    default: return 0;
+    case 1:
+        return 932;
+    case 2:
+        return 950;
+    case 3:
+        return 949;
+    case 4:
+        return 1361;
+    case 5:
+        return 936;
+    default:
+        return 0;
     }
 }
 
 unsigned int PnCharFormatter::MIFIndexFromWinCodePage(unsigned int winCp) {
     switch (winCp) {
-    case 932: return 1;
-    case 950: return 2;
-    case 949: return 3;
-    case 1361: return 4;
-    case 936: return 5;
-    default: return 0;
+    case 932:
+        return 1;
+    case 950:
+        return 2;
+    case 949:
+        return 3;
+    case 1361:
+        return 4;
+    case 936:
+        return 5;
+    default:
+        return 0;
     }
 }
 
 code_page_id PnCharFormatter::codePageIdFromMIFIndex(unsigned char index) {
     switch (index) {
-    case 1: return CODE_PAGE_JAPANESE_DOS;
-    case 2: return CODE_PAGE_TRADITIONAL_CHINESE_SECOND;
-    case 3: return CODE_PAGE_KOREAN_SECOND;
-    case 4: return CODE_PAGE_JOHAB_SECOND;
-    case 5: return CODE_PAGE_SIMPLIFIED_CHINESE_SECOND;
-    default: return CODE_PAGE_UNDEFINED;
+    case 1:
+        return CODE_PAGE_JAPANESE_DOS;
+    case 2:
+        return CODE_PAGE_TRADITIONAL_CHINESE_SECOND;
+    case 3:
+        return CODE_PAGE_KOREAN_SECOND;
+    case 4:
+        return CODE_PAGE_JOHAB_SECOND;
+    case 5:
+        return CODE_PAGE_SIMPLIFIED_CHINESE_SECOND;
+    default:
+        return CODE_PAGE_UNDEFINED;
     }
 }
 
 unsigned char PnCharFormatter::MIFIndexFromCodePageId(code_page_id id) {
     switch (id) {
     case CODE_PAGE_JAPANESE_DOS:
-    case CODE_PAGE_JAPANESE: return 1;
+    case CODE_PAGE_JAPANESE:
+        return 1;
     case CODE_PAGE_TRADITIONAL_CHINESE_SECOND:
-    case CODE_PAGE_TRADITIONAL_CHINESE: return 2;
+    case CODE_PAGE_TRADITIONAL_CHINESE:
+        return 2;
     case CODE_PAGE_KOREAN_SECOND:
-    case CODE_PAGE_KOREAN: return 3;
+    case CODE_PAGE_KOREAN:
+        return 3;
     case CODE_PAGE_JOHAB_SECOND:
-    case CODE_PAGE_JOHAB: return 4;
+    case CODE_PAGE_JOHAB:
+        return 4;
     case CODE_PAGE_SIMPLIFIED_CHINESE_SECOND:
-    case CODE_PAGE_SIMPLIFIED_CHINESE: return 5;
-    default: return 0;
+    case CODE_PAGE_SIMPLIFIED_CHINESE:
+        return 5;
+    default:
+        return 0;
     }
 }
 
@@ -294,12 +326,14 @@ int PnCharFormatter::isNativeToCodePage(wchar_t ch, unsigned int winCp, char* ou
     char scratch[2];
     const wchar_t wide = wchar_t(unit);
     bool usedDefault = false;
-    const int n = os::wideCharToMultiByte(winCp, os::kWcNoBestFitChars, &wide, 1, out ? out : scratch, 2,
-                                          nullptr, &usedDefault);
+    const int n = os::wideCharToMultiByte(winCp, os::kWcNoBestFitChars, &wide, 1,
+                                          out ? out : scratch, 2, nullptr, &usedDefault);
     return n >= 1 && !usedDefault ? n : 0;
 }
 
-int PnCharFormatter::isNativeToCodePageId(wchar_t, code_page_id, char*, int) { return 0; }
+int PnCharFormatter::isNativeToCodePageId(wchar_t, code_page_id, char*, int) {
+    return 0;
+}
 
 int PnCharFormatter::wcharFromCIFMIF(const wchar_t* in, wchar_t* out, int outLen) {
     if (!in)
@@ -354,16 +388,19 @@ int PnCharFormatter::wcharNonNativeToCIF(const wchar_t* in, wchar_t* out, std::s
     return int(written + 1);
 }
 
-int PnCharFormatter::wcharNonNativeToRTF(unsigned int winCp, const wchar_t* in, int inLen, char* out,
-                                         int* outLen) {
-    return toRtf([winCp](wchar_t ch, char* piece) { return isNativeToCodePage(ch, winCp, piece, 0); }, in,
-                 inLen, out, outLen);
+int PnCharFormatter::wcharNonNativeToRTF(unsigned int winCp, const wchar_t* in, int inLen,
+                                         char* out, int* outLen) {
+    return toRtf(
+        [winCp](wchar_t ch, char* piece) { return isNativeToCodePage(ch, winCp, piece, 0); }, in,
+        inLen, out, outLen);
 }
 
 int PnCharFormatter::wcharNonNativeToRTF(code_page_id id, const wchar_t* in, int inLen, char* out,
                                          int* outLen) {
-    return toRtf([id](wchar_t ch, char* piece) { return isNativeToCodePageId(ch, id, piece, 0); }, in, inLen,
-                 out, outLen);
+    return toRtf([id](wchar_t ch, char* piece) { return isNativeToCodePageId(ch, id, piece, 0); },
+                 in, inLen, out, outLen);
 }
 
-bool convertMBStringToOneWideChar(code_page_id, char*, int, wchar_t&) { return false; }
+bool convertMBStringToOneWideChar(code_page_id, char*, int, wchar_t&) {
+    return false;
+}

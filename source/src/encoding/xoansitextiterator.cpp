@@ -76,9 +76,13 @@ wchar_t XoAnsiTextIterator::nextChar() {
     return m_current;
 }
 
-wchar_t XoAnsiTextIterator::operator*() const { return m_current; }
+wchar_t XoAnsiTextIterator::operator*() const {
+    return m_current;
+}
 
-const char* XoAnsiTextIterator::currPos() const { return m_cursor; }
+const char* XoAnsiTextIterator::currPos() const {
+    return m_cursor;
+}
 
 wchar_t XoAnsiTextIterator::appendDigits(int count, bool hex) {
     const unsigned base = hex ? 16 : 10;

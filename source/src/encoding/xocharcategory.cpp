@@ -4,10 +4,10 @@
 
 namespace {
 
-const unsigned short kLeft[] = {
-    0x0024, 0x0028, 0x002B, 0x005B, 0x007B, 0x00A3, 0x00A4, 0x00A5, 0x201A, 0x201E,
-    0x2039, 0x20AC, 0x2116, 0x3008, 0x300A, 0x3010, 0xFE35, 0xFE59, 0xFE5B, 0xFE5D,
-    0xFE69, 0xFF04, 0xFF08, 0xFF08, 0xFF3B, 0xFF5B, 0xFFE1, 0xFFE5, 0xFFE5};
+const unsigned short kLeft[] = {0x0024, 0x0028, 0x002B, 0x005B, 0x007B, 0x00A3, 0x00A4, 0x00A5,
+                                0x201A, 0x201E, 0x2039, 0x20AC, 0x2116, 0x3008, 0x300A, 0x3010,
+                                0xFE35, 0xFE59, 0xFE5B, 0xFE5D, 0xFE69, 0xFF04, 0xFF08, 0xFF08,
+                                0xFF3B, 0xFF5B, 0xFFE1, 0xFFE5, 0xFFE5};
 
 const unsigned short kRight[] = {0x0029, 0x005D, 0x007D, 0x203A, 0x3009, 0x300B, 0x3011,
                                  0xFE5A, 0xFE5C, 0xFE5E, 0xFF09, 0xFF3D, 0xFF5D};
@@ -21,8 +21,7 @@ const unsigned short kNormal[] = {
 const unsigned short kQuotation[] = {0x0022, 0x0027, 0x00AB, 0x00BB, 0x2018,
                                      0x2019, 0x201C, 0x201D, 0x2039, 0x203A};
 
-template <std::size_t N>
-std::vector<unsigned short> sorted(const unsigned short (&units)[N]) {
+template <std::size_t N> std::vector<unsigned short> sorted(const unsigned short (&units)[N]) {
     std::vector<unsigned short> result(units, units + N);
     std::sort(result.begin(), result.end());
     return result;
@@ -39,7 +38,9 @@ bool contains(const std::vector<unsigned short>& units, wchar_t ch) {
 // Built by the library's static initialisers, before any client can ask.
 const XoCharCategory XoCharCategory::s_instance;
 
-const XoCharCategory* XoCharCategory::instance() { return &s_instance; }
+const XoCharCategory* XoCharCategory::instance() {
+    return &s_instance;
+}
 
 XoCharCategory::XoCharCategory()
     : m_left(sorted(kLeft)), m_normal(), m_right(sorted(kRight)), m_quotation() {
@@ -56,8 +57,18 @@ XoCharCategory::XoCharCategory(const XoCharCategory& other) = default;
 
 XoCharCategory::~XoCharCategory() = default;
 
-bool XoCharCategory::isLeftPunctuation(wchar_t ch) const { return contains(m_left, ch); }
-bool XoCharCategory::isRightPunctuation(wchar_t ch) const { return contains(m_right, ch); }
-bool XoCharCategory::isNormalPunctuation(wchar_t ch) const { return contains(m_normal, ch); }
-bool XoCharCategory::isQuotationPunctuation(wchar_t ch) const { return contains(m_quotation, ch); }
-bool XoCharCategory::isPunctuation(wchar_t ch) const { return contains(m_all, ch); }
+bool XoCharCategory::isLeftPunctuation(wchar_t ch) const {
+    return contains(m_left, ch);
+}
+bool XoCharCategory::isRightPunctuation(wchar_t ch) const {
+    return contains(m_right, ch);
+}
+bool XoCharCategory::isNormalPunctuation(wchar_t ch) const {
+    return contains(m_normal, ch);
+}
+bool XoCharCategory::isQuotationPunctuation(wchar_t ch) const {
+    return contains(m_quotation, ch);
+}
+bool XoCharCategory::isPunctuation(wchar_t ch) const {
+    return contains(m_all, ch);
+}

@@ -104,7 +104,8 @@ void xo::encoding::resetBigFontUserList() {
 code_page_id XoCharMapper::getCpByBigFont(const wchar_t* fileName, CReadUserDefBigfontIni* reader) {
     if (fileName == nullptr)
         return CODE_PAGE_UNDEFINED;
-    return codePageOfIndex(bigFontIndex(withShxExtension(afterLastSlash(fileName)), reader, kWithLocaleFallback));
+    return codePageOfIndex(
+        bigFontIndex(withShxExtension(afterLastSlash(fileName)), reader, kWithLocaleFallback));
 }
 
 int XoCharMapper::getCpIndexByBigFont(const wchar_t* fileName, CReadUserDefBigfontIni* reader) {

@@ -34,7 +34,9 @@ code_page_id ansiTwin(code_page_id id) {
     }
 }
 
-unsigned windowsMajorVersion() { return platform::loadTimeVersionWord() & 0xFF; }
+unsigned windowsMajorVersion() {
+    return platform::loadTimeVersionWord() & 0xFF;
+}
 
 // The pages for which Windows refuses MB_ERR_INVALID_CHARS.
 bool refusesInvalidCharsFlag(unsigned codePage) {
@@ -59,9 +61,13 @@ unsigned defaultToWideFlags(code_page_id id) {
 }
 
 // Wide text holds UTF-16 units; wchar_t is wider on Linux.
-unsigned unitOf(wchar_t c) { return unsigned(c) & 0xFFFF; }
+unsigned unitOf(wchar_t c) {
+    return unsigned(c) & 0xFFFF;
+}
 
-bool isConvertedUnit(wchar_t unit) { return unit != 0 && unit != L'?'; }
+bool isConvertedUnit(wchar_t unit) {
+    return unit != 0 && unit != L'?';
+}
 
 code_page_id resolveSystemAnsi(code_page_id id) {
     return id == CODE_PAGE_SYSTEM_ANSI
@@ -71,15 +77,16 @@ code_page_id resolveSystemAnsi(code_page_id id) {
 
 // The elements before the first 0 within the first length ones: what the string
 // conversions read, so that their output is sized once.
-template <class C>
-int extentOf(const C* text, int length) {
+template <class C> int extentOf(const C* text, int length) {
     if (text == nullptr || length <= 0)
         return 0;
     const C* zero = std::char_traits<C>::find(text, std::size_t(length), C(0));
     return zero != nullptr ? int(zero - text) : length;
 }
 
-bool isUtf8Continuation(unsigned byte) { return (byte & 0xC0) == 0x80; }
+bool isUtf8Continuation(unsigned byte) {
+    return (byte & 0xC0) == 0x80;
+}
 
 // The bytes of the UTF-8 sequence at p: the lead and the continuation bytes that
 // follow it, up to the count the lead announces.
@@ -190,10 +197,11 @@ bool toWide(code_page_id id, const char* text, int length, XoVector<wchar_t>& ou
             }
         } else {
             const Character character = characterAt(p, end, id, doubleByte);
-            const bool ok = options.callerFlags
-                                ? XoCharMapper::codepageToUnicode(wchar_t(character.code),
-                                                                  options.flags, id, unit)
-                                : XoCharMapper::codepageToUnicode(wchar_t(character.code), id, unit);
+            const bool ok =
+                options.callerFlags
+                    ? XoCharMapper::codepageToUnicode(wchar_t(character.code), options.flags, id,
+                                                      unit)
+                    : XoCharMapper::codepageToUnicode(wchar_t(character.code), id, unit);
             if (ok && isConvertedUnit(unit)) {
                 writer.put(unit);
                 p += character.length;
@@ -224,8 +232,8 @@ int writeWideCharacter(code_page_id id, const wchar_t* p, const wchar_t* end, Pu
         if (pair || unit < 0xD800 || unit > 0xDFFF) {
             const wchar_t units[2] = {wchar_t(unit), pair ? wchar_t(unitOf(p[1])) : L'\0'};
             char bytes[4];
-            const int count = platform::wideCharToMultiByte(platform::kCpUtf8, 0, units, pair ? 2 : 1,
-                                                            bytes, 4, nullptr, nullptr);
+            const int count = platform::wideCharToMultiByte(
+                platform::kCpUtf8, 0, units, pair ? 2 : 1, bytes, 4, nullptr, nullptr);
             if (count > 0) {
                 for (int i = 0; i < count; ++i)
                     put(bytes[i]);
@@ -287,7 +295,8 @@ void XoCharMapper::utf8ToUnicode(const char* text, int length, XoVector<wchar_t>
         while (*p != 0 && (length == 0 || p - first <= length)) {
             const unsigned byte = p[0];
             if (byte >= 0xE0 && isUtf8Continuation(p[1]) && isUtf8Continuation(p[2])) {
-                writer.put(wchar_t(((byte & 0x0F) << 12 | (p[1] & 0x3Fu) << 6 | (p[2] & 0x3Fu)) & 0xFFFF));
+                writer.put(
+                    wchar_t(((byte & 0x0F) << 12 | (p[1] & 0x3Fu) << 6 | (p[2] & 0x3Fu)) & 0xFFFF));
                 p += 3;
             } else if (byte >= 0xC0 && isUtf8Continuation(p[1])) {
                 writer.put(wchar_t((byte & 0x1F) << 6 | (p[1] & 0x3Fu)));
@@ -418,8 +427,9 @@ bool XoCharMapper::unicodeToCodepage(wchar_t unit, code_page_id id, wchar_t& out
     const wchar_t wide = wchar_t(value);
     char bytes[4];
     bool usedDefault = false;
-    const int count = platform::wideCharToMultiByte(codePage, modern ? platform::kWcNoBestFitChars : 0,
-                                                    &wide, 1, bytes, 4, nullptr, &usedDefault);
+    const int count =
+        platform::wideCharToMultiByte(codePage, modern ? platform::kWcNoBestFitChars : 0, &wide, 1,
+                                      bytes, 4, nullptr, &usedDefault);
     if (count == 0 || usedDefault)
         return false;
     const unsigned first = static_cast<unsigned char>(bytes[0]);
@@ -478,12 +488,13 @@ code_page_id XoCharMapper::JudgeSuitableCodePage(const char* text, unsigned int 
         const bool candidateLead = candidateDoubleByte && isLeadByte(std::uint8_t(byte), candidate);
         if (candidateLead && hasTrail) {
             wchar_t unit = 0;
-            if (codepageToUnicode(wchar_t(byte << 8 | p[1]), candidate, unit) && isConvertedUnit(unit) &&
-                !(unitOf(unit) >= 0xE000 && unitOf(unit) <= 0xF8FF))
+            if (codepageToUnicode(wchar_t(byte << 8 | p[1]), candidate, unit) &&
+                isConvertedUnit(unit) && !(unitOf(unit) >= 0xE000 && unitOf(unit) <= 0xF8FF))
                 return candidate;
         }
         const bool skipTrail =
-            hasTrail && (candidateLead || (defaultDoubleByte && isLeadByte(std::uint8_t(byte), defaultId)));
+            hasTrail &&
+            (candidateLead || (defaultDoubleByte && isLeadByte(std::uint8_t(byte), defaultId)));
         p += skipTrail ? 2 : 1;
     }
     return defaultId;

@@ -15,8 +15,8 @@ constexpr std::uint32_t kErrorInvalidCodePage = 1001;
 
 } // namespace
 
-int XoCharOp::WideCharToMultiByteCIF(unsigned int winCp, unsigned long, const wchar_t* in, int inLen,
-                                     char* out, int outLen, unsigned long) {
+int XoCharOp::WideCharToMultiByteCIF(unsigned int winCp, unsigned long, const wchar_t* in,
+                                     int inLen, char* out, int outLen, unsigned long) {
     namespace os = xo::platform;
     if (!os::isValidCodePage(winCp)) {
         os::setThreadLastError(kErrorInvalidCodePage);
@@ -46,8 +46,8 @@ int XoCharOp::WideCharToMultiByteCIF(unsigned int winCp, unsigned long, const wc
         } else {
             const wchar_t wide = wchar_t(unit);
             bool usedDefault = false;
-            const int n = os::wideCharToMultiByte(winCp, os::kWcNoBestFitChars, &wide, 1, piece, 4, nullptr,
-                                                  &usedDefault);
+            const int n = os::wideCharToMultiByte(winCp, os::kWcNoBestFitChars, &wide, 1, piece, 4,
+                                                  nullptr, &usedDefault);
             if (!usedDefault && (n == 2 || (n == 1 && std::uint8_t(piece[0]) >= 0x80))) {
                 size = n;
             } else {

@@ -14,8 +14,7 @@ namespace xo::encoding {
 constexpr int kCifLength = 7;
 constexpr int kMifLength = 8;
 
-template <class C>
-constexpr unsigned charValue(C c) {
+template <class C> constexpr unsigned charValue(C c) {
     return unsigned(std::make_unsigned_t<C>(c));
 }
 
@@ -32,8 +31,7 @@ constexpr int hexDigitValue(unsigned c) {
 
 // The value of four hexadecimal digits, or -1. Stops at the first that is not one, so
 // a terminator ends the reading.
-template <class C>
-int fourHexDigits(const C* p) {
+template <class C> int fourHexDigits(const C* p) {
     int value = 0;
     for (int i = 0; i < 4; ++i) {
         const int digit = hexDigitValue(charValue(p[i]));
@@ -44,22 +42,20 @@ int fourHexDigits(const C* p) {
     return value;
 }
 
-template <class C>
-bool escapeIntroducer(const C* p, unsigned upper) {
+template <class C> bool escapeIntroducer(const C* p, unsigned upper) {
     return charValue(p[0]) == '\\' && (charValue(p[1]) | 0x20) == (upper | 0x20) &&
            charValue(p[2]) == '+';
 }
 
 // The unit of a CIF escape at p, or -1.
-template <class C>
-int cifEscapeAt(const C* p, const C* end) {
+template <class C> int cifEscapeAt(const C* p, const C* end) {
     if (end - p < kCifLength || !escapeIntroducer(p, 'U'))
         return -1;
     return fourHexDigits(p + 3);
 }
 
 struct MifEscape {
-    char digit; // '0' to '9' as written
+    char digit;    // '0' to '9' as written
     unsigned code; // lead byte in the high 8 bits
 };
 
@@ -80,8 +76,7 @@ bool mifEscapeAt(const C* p, const C* end, char lowDigit, char highDigit, MifEsc
 }
 
 // Writes the CIF escape of a UTF-16 unit, upper-case digits, through put(char).
-template <class Put>
-void writeCifEscape(unsigned unit, Put&& put) {
+template <class Put> void writeCifEscape(unsigned unit, Put&& put) {
     static constexpr char kDigits[] = "0123456789ABCDEF";
     put('\\');
     put('U');

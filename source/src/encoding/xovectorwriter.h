@@ -14,8 +14,7 @@
 
 namespace xo::encoding {
 
-template <class T>
-class VectorWriter {
+template <class T> class VectorWriter {
 public:
     // Writing starts at index `from`, the elements before it stay. The logical length is
     // first set to from + room (room below 0 counts as 0).

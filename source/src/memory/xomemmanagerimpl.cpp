@@ -14,7 +14,9 @@ constexpr std::size_t kRegionSize = XoPrivateHeap::kRegionSize;
 constexpr std::size_t kBlockArea = kRegionSize - kSmallRecordSize;
 constexpr int kLargeSmallClass = kSmallClasses - 1; // the 1024-byte class
 
-std::uintptr_t addressOf(const void* p) { return reinterpret_cast<std::uintptr_t>(p); }
+std::uintptr_t addressOf(const void* p) {
+    return reinterpret_cast<std::uintptr_t>(p);
+}
 
 int smallClassFor(std::size_t size) {
     return size == 1024 ? kLargeSmallClass : static_cast<int>((size + 15) / 16) - 1;
@@ -24,14 +26,16 @@ std::size_t smallClassSize(int sizeClass) {
     return sizeClass == kLargeSmallClass ? 1024 : 16 * static_cast<std::size_t>(sizeClass + 1);
 }
 
-bool isSmallSize(std::size_t size) { return size <= 256 || size == 1024; }
+bool isSmallSize(std::size_t size) {
+    return size <= 256 || size == 1024;
+}
 
 } // namespace
 
 struct XoSmallRegion {
     XoSmallRegion* nextAll;
     XoSmallRegion* nextPartial;
-    void* freeList;      // freed blocks; the link sits in the block
+    void* freeList; // freed blocks; the link sits in the block
     std::uint32_t blockSize;
     std::uint32_t capacity; // blocks that fit below the record
     std::uint32_t used;     // blocks handed out and not freed
@@ -77,8 +81,8 @@ XoMemManagerImpl::~XoMemManagerImpl() {
 }
 
 void XoMemManagerImpl::operator delete(void* object) noexcept {
-    auto* heap = reinterpret_cast<XoPrivateHeap*>(addressOf(object) &
-                                                  ~std::uintptr_t{kRegionSize - 1});
+    auto* heap =
+        reinterpret_cast<XoPrivateHeap*>(addressOf(object) & ~std::uintptr_t{kRegionSize - 1});
     heap->free(object);
     heap->destroy();
 }

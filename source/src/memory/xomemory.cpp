@@ -19,7 +19,9 @@ void* allocateFromClass(XoPools& pools, std::size_t size) {
 
 } // namespace
 
-void* _xoMalloc(std::size_t size) { return size > kMallocLimit ? nullptr : _xoAllocate(size); }
+void* _xoMalloc(std::size_t size) {
+    return size > kMallocLimit ? nullptr : _xoAllocate(size);
+}
 
 void* _xoAllocate(std::size_t size) {
     return allocateFromClass(XoPools::instance(), size == 0 ? 1 : size);
@@ -66,25 +68,37 @@ wchar_t* _xoStrdup(const wchar_t* text) {
     return copy;
 }
 
-void _xoStrdupFree(void* pointer) { _xoFree(pointer); }
+void _xoStrdupFree(void* pointer) {
+    _xoFree(pointer);
+}
 
 void* _xoMallocDbg(std::size_t size, const char* file, int line) {
     return _xoAllocateDbg(size, file, line);
 }
 
-void* _xoAllocateDbg(std::size_t, const char*, int) { return nullptr; }
+void* _xoAllocateDbg(std::size_t, const char*, int) {
+    return nullptr;
+}
 
 void* _xoReallocDbg(void* pointer, std::size_t size, const char* file, int line) {
     return _xoReallocateDbg(pointer, size, file, line);
 }
 
-void* _xoReallocateDbg(void*, std::size_t, const char*, int) { return nullptr; }
+void* _xoReallocateDbg(void*, std::size_t, const char*, int) {
+    return nullptr;
+}
 
-void _xoFreeDbg(void* pointer) { _xoFree(pointer); }
+void _xoFreeDbg(void* pointer) {
+    _xoFree(pointer);
+}
 
-void _xoDeallocateDbg(void* pointer) { _xoFree(pointer); }
+void _xoDeallocateDbg(void* pointer) {
+    _xoFree(pointer);
+}
 
-void* xoAllocPage(std::size_t) { return xoAllocPageHeap(xo::kSegmentSize); }
+void* xoAllocPage(std::size_t) {
+    return xoAllocPageHeap(xo::kSegmentSize);
+}
 
 void* xoAllocPageHeap(std::size_t size) {
     if (size == 0)
@@ -103,9 +117,13 @@ void xoFreePage(void* pointer) {
         pools.pages.give(pointer);
 }
 
-void xoFreePageHeap(void* pointer) { xoFreePage(pointer); }
+void xoFreePageHeap(void* pointer) {
+    xoFreePage(pointer);
+}
 
-void* xoAllocRawPage() { return XoPools::instance().segments.acquire(); }
+void* xoAllocRawPage() {
+    return XoPools::instance().segments.acquire();
+}
 
 void xoFreeRawPage(void* pointer) {
     if (pointer != nullptr)

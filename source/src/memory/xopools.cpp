@@ -36,7 +36,9 @@ namespace {
 
 XoPools::~XoPools() = default;
 
-void XoPools::openThreadCaches() { m_slotOpen = platform::openThreadSlot(threadExited); }
+void XoPools::openThreadCaches() {
+    m_slotOpen = platform::openThreadSlot(threadExited);
+}
 
 // A cache holds addresses only: the closing thread's is dropped, and those of other
 // threads are only freed when their threads exit (or, on Windows, when the slot closes).

@@ -26,11 +26,12 @@ static_assert(sizeof(BlockHeader) == 16);
 
 BlockHeader* headerOf(const void* block) {
     return reinterpret_cast<BlockHeader*>(
-        const_cast<unsigned char*>(static_cast<const unsigned char*>(block)) -
-        sizeof(BlockHeader));
+        const_cast<unsigned char*>(static_cast<const unsigned char*>(block)) - sizeof(BlockHeader));
 }
 
-std::size_t slotSize(int slotClass) { return kMinSlot << slotClass; }
+std::size_t slotSize(int slotClass) {
+    return kMinSlot << slotClass;
+}
 
 // -1 when the request needs a span.
 int slotClassFor(std::size_t size) {
@@ -205,6 +206,8 @@ std::size_t XoPrivateHeap::capacityOf(const void* block) {
     return static_cast<std::size_t>(headerOf(block)->capacity);
 }
 
-bool XoPrivateHeap::isSpan(const void* block) { return headerOf(block)->kind == kSpanKind; }
+bool XoPrivateHeap::isSpan(const void* block) {
+    return headerOf(block)->kind == kSpanKind;
+}
 
 } // namespace xo

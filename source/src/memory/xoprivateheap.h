@@ -49,8 +49,8 @@ private:
 
     unsigned char* m_carve = nullptr; // untouched space of the newest region
     std::size_t m_carveLeft = 0;
-    void* m_free[kSlotClasses] = {};  // freed slots; the link sits in the slot's payload
-    RegionLink* m_regions = nullptr;  // regions after the first
+    void* m_free[kSlotClasses] = {}; // freed slots; the link sits in the slot's payload
+    RegionLink* m_regions = nullptr; // regions after the first
     SpanLink* m_spans = nullptr;
 };
 

@@ -51,7 +51,8 @@ char* XoSegmentTable::reserveFromCandidate() {
 char* XoSegmentTable::scan(std::uint8_t wanted, std::int16_t candidateAfter) {
     for (int n = kSegmentCount - 1; n >= 1; --n) {
         if (m_states[n].load(std::memory_order_relaxed) == wanted && tryReserve(n)) {
-            m_nextCandidate = candidateAfter < 0 ? static_cast<std::int16_t>(n - 1) : candidateAfter;
+            m_nextCandidate =
+                candidateAfter < 0 ? static_cast<std::int16_t>(n - 1) : candidateAfter;
             return baseOf(n);
         }
     }

@@ -15,7 +15,9 @@ constexpr std::size_t kSegmentSize = 0x100000;
 constexpr std::size_t kPageSize = 0x1000;
 constexpr int kSegmentCount = 32768;
 
-inline std::uintptr_t addressOf(const void* p) { return reinterpret_cast<std::uintptr_t>(p); }
+inline std::uintptr_t addressOf(const void* p) {
+    return reinterpret_cast<std::uintptr_t>(p);
+}
 
 class XoSegmentTable {
 public:

@@ -21,7 +21,8 @@ XoUnit* recordsOf(const void* p) {
 // not move a page in and out of its segment each time.
 XoSmallBlockPool::XoSmallBlockPool(XoSegmentTable& segments) : m_segments(segments) {
     for (int c = 1; c <= kClasses; ++c)
-        m_classes[c].init(static_cast<std::uint16_t>(c), XoSmallBlockPool::kBlockSizes[c], kPageSize, true);
+        m_classes[c].init(static_cast<std::uint16_t>(c), XoSmallBlockPool::kBlockSizes[c],
+                          kPageSize, true);
 }
 
 void XoSmallBlockPool::give(void* block) {
@@ -84,8 +85,7 @@ XoUnit* XoSmallBlockPool::returnPage(XoUnit* unit) {
 void XoSmallBlockPool::emptyUnit(XoUnit* unit) {
     XoAutoLocker guard(&m_pageLock);
     XoUnit* header = returnPage(unit);
-    if (header->available == kBlockPages &&
-        (header->after != nullptr || header->before != nullptr))
+    if (header->available == kBlockPages && (header->after != nullptr || header->before != nullptr))
         giveBackSegment(header);
 }
 

@@ -95,7 +95,7 @@ private:
     void retireSegment(XoUnit* header);
 
     XoSegmentTable& m_segments;
-    XoLocker m_pageLock;  // guards page allocation inside segments and m_withFreePages
+    XoLocker m_pageLock;        // guards page allocation inside segments and m_withFreePages
     XoUnitList m_withFreePages; // segment headers (page record 0) of segments with free pages
     XoUnitClass m_classes[kClasses + 1];
 };

@@ -7,7 +7,9 @@ namespace xo {
 
 namespace {
 
-char*& linkOf(char* block) { return *reinterpret_cast<char**>(block); }
+char*& linkOf(char* block) {
+    return *reinterpret_cast<char**>(block);
+}
 
 } // namespace
 

@@ -15,14 +15,14 @@ namespace xo {
 // The record of a unit: a page record in the small-block pool, a segment record in the
 // page pool.
 struct XoUnit {
-    std::uint16_t sizeClass;   // 0 while the unit serves no class
-    std::uint16_t flags;       // bit 0: free-list mode
-    std::int16_t number;       // segment number; -1 (65535) when not in use
-    std::uint16_t available;   // blocks not handed out
-    char* next;                // next block to hand out, or the free-list head
-    XoUnit* after;             // links of the class list the unit is on
+    std::uint16_t sizeClass; // 0 while the unit serves no class
+    std::uint16_t flags;     // bit 0: free-list mode
+    std::int16_t number;     // segment number; -1 (65535) when not in use
+    std::uint16_t available; // blocks not handed out
+    char* next;              // next block to hand out, or the free-list head
+    XoUnit* after;           // links of the class list the unit is on
     XoUnit* before;
-    char* base;                // first block of the unit
+    char* base; // first block of the unit
 };
 
 struct XoUnitList {
@@ -42,13 +42,11 @@ struct XoUnitSource {
 };
 
 // The source of a pool that has newUnit and emptyUnit.
-template <class Pool>
-XoUnitSource unitSourceOf(Pool* pool) {
-    return {pool,
-            [](void* p, std::uint16_t sizeClass) {
-                return static_cast<Pool*>(p)->newUnit(sizeClass);
-            },
-            [](void* p, XoUnit* unit) { static_cast<Pool*>(p)->emptyUnit(unit); }};
+template <class Pool> XoUnitSource unitSourceOf(Pool* pool) {
+    return {
+        pool,
+        [](void* p, std::uint16_t sizeClass) { return static_cast<Pool*>(p)->newUnit(sizeClass); },
+        [](void* p, XoUnit* unit) { static_cast<Pool*>(p)->emptyUnit(unit); }};
 }
 
 class XoUnitClass {
@@ -74,8 +72,7 @@ public:
             giveLocked(unitOf(blocks[i]), blocks[i], source);
     }
     // Hands every unit still on the lists to give (teardown).
-    template <class Give>
-    void drain(Give give) {
+    template <class Give> void drain(Give give) {
         XoAutoLocker guard(&m_lock);
         for (XoUnitList* list : {&m_free, &m_full})
             while (XoUnit* unit = list->head) {

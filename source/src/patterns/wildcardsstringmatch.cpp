@@ -11,7 +11,9 @@ constexpr int kNotMatched = -5001;
 constexpr std::size_t kListLimit = 2048;
 
 // One UTF-16 unit per element, whatever the width of wchar_t.
-unsigned unit(wchar_t c) { return static_cast<unsigned>(c) & 0xFFFFu; }
+unsigned unit(wchar_t c) {
+    return static_cast<unsigned>(c) & 0xFFFFu;
+}
 
 int length(const wchar_t* s) {
     int n = 0;
@@ -162,7 +164,9 @@ ItemOutcome matchItem(const wchar_t* text, int n, const wchar_t* item, int& star
         case '#':
         case '@':
         case '.': {
-            const bool matches = c == '#' ? isDigit(t) : c == '@' ? isAlpha(t) : !isDigit(t) && !isAlpha(t);
+            const bool matches = c == '#'   ? isDigit(t)
+                                 : c == '@' ? isAlpha(t)
+                                            : !isDigit(t) && !isAlpha(t);
             if (matches)
                 hit();
             else
@@ -275,7 +279,8 @@ Pass matchList(const wchar_t* text, int n, const wchar_t* patterns) {
 
 } // namespace
 
-int WildcardsStringMatch(wchar_t const* text, wchar_t const* patterns, int* matchStart, int* matchEnd) {
+int WildcardsStringMatch(wchar_t const* text, wchar_t const* patterns, int* matchStart,
+                         int* matchEnd) {
     if (matchStart != nullptr)
         *matchStart = 0;
     if (text == nullptr || patterns == nullptr)

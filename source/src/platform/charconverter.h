@@ -39,9 +39,12 @@ private:
 
 #if !defined(_WIN32)
 
-inline bool CharConverter::valid() const { return state_ || codePage_ == 65001; }
+inline bool CharConverter::valid() const {
+    return state_ || codePage_ == 65001;
+}
 
-inline int CharConverter::decodeOne(const char* src, int srcLen, char16_t* unit, bool* invalid) const {
+inline int CharConverter::decodeOne(const char* src, int srcLen, char16_t* unit,
+                                    bool* invalid) const {
     if (!state_)
         return decodeOther(src, srcLen, unit, invalid);
     const codepages::PageData& page = *state_->data;

@@ -25,7 +25,9 @@ void* threadSlot();
 #else
 // initial-exec: one fs-relative load on every allocation, no __tls_get_addr call.
 extern __thread void* t_threadSlot __attribute__((tls_model("initial-exec")));
-inline void* threadSlot() { return t_threadSlot; }
+inline void* threadSlot() {
+    return t_threadSlot;
+}
 #endif
 
 } // namespace xo::platform

@@ -16,9 +16,13 @@ constexpr unsigned kUtf16Little = 3;
 constexpr unsigned kUtf16Big = 4;
 constexpr unsigned kUtf32Big = 6;
 
-int readByte(std::FILE* stream) { return std::fgetc(stream); }
+int readByte(std::FILE* stream) {
+    return std::fgetc(stream);
+}
 
-void stepBack(std::FILE* stream, long bytes) { std::fseek(stream, -bytes, SEEK_CUR); }
+void stepBack(std::FILE* stream, long bytes) {
+    std::fseek(stream, -bytes, SEEK_CUR);
+}
 
 // After a carriage return of an 8-bit file: a line feed joins it, any other byte is
 // put back.
@@ -36,10 +40,13 @@ wchar_t foldedCarriageReturn(std::FILE* stream) {
 unsigned int encode(unsigned format, bool useCIF, bool expandLF, wchar_t ch, char* out) {
     switch (format) {
     case kAnsi:
-    case kUtf8: return PnCharFormatter::wcharToAnsiOrUtf8(ch, out, 8, format == kAnsi, useCIF, expandLF);
+    case kUtf8:
+        return PnCharFormatter::wcharToAnsiOrUtf8(ch, out, 8, format == kAnsi, useCIF, expandLF);
     case kUtf16Little:
-    case kUtf16Big: return PnCharFormatter::wcharToUtf16(ch, out, 8, format == kUtf16Little, expandLF);
-    default: return 0;
+    case kUtf16Big:
+        return PnCharFormatter::wcharToUtf16(ch, out, 8, format == kUtf16Little, expandLF);
+    default:
+        return 0;
     }
 }
 
@@ -47,7 +54,8 @@ unsigned int encode(unsigned format, bool useCIF, bool expandLF, wchar_t ch, cha
 
 PmFILE::PmFILE() : m_stream(nullptr), m_charFormat(kAnsi), m_useCIF(false), m_expandLF(false) {}
 
-PmFILE::PmFILE(std::FILE* stream) : m_stream(stream), m_charFormat(kAnsi), m_useCIF(false), m_expandLF(false) {}
+PmFILE::PmFILE(std::FILE* stream)
+    : m_stream(stream), m_charFormat(kAnsi), m_useCIF(false), m_expandLF(false) {}
 
 PmFILE::PmFILE(const PmFILE& other) = default;
 
@@ -65,7 +73,9 @@ std::FILE* PmFILE::fsopen(const wchar_t* path, const wchar_t* mode, int shareFla
     return m_stream;
 }
 
-void PmFILE::attach(std::FILE* stream) { m_stream = stream; }
+void PmFILE::attach(std::FILE* stream) {
+    m_stream = stream;
+}
 
 std::FILE* PmFILE::detach() {
     std::FILE* stream = m_stream;
@@ -81,10 +91,16 @@ int PmFILE::fclose() {
     return result;
 }
 
-bool PmFILE::isOpen() const { return m_stream != nullptr; }
-std::FILE* PmFILE::pFILE() const { return m_stream; }
+bool PmFILE::isOpen() const {
+    return m_stream != nullptr;
+}
+std::FILE* PmFILE::pFILE() const {
+    return m_stream;
+}
 
-unsigned int PmFILE::getCharFormat() const { return m_charFormat; }
+unsigned int PmFILE::getCharFormat() const {
+    return m_charFormat;
+}
 
 unsigned int PmFILE::setCharFormat(unsigned int format) {
     const unsigned int previous = m_charFormat;
@@ -92,7 +108,9 @@ unsigned int PmFILE::setCharFormat(unsigned int format) {
     return previous;
 }
 
-bool PmFILE::getUseCIF() const { return m_useCIF; }
+bool PmFILE::getUseCIF() const {
+    return m_useCIF;
+}
 
 bool PmFILE::setUseCIF(bool useCIF) {
     const bool previous = m_useCIF;
@@ -100,7 +118,9 @@ bool PmFILE::setUseCIF(bool useCIF) {
     return previous;
 }
 
-bool PmFILE::getExpandLF() const { return m_expandLF; }
+bool PmFILE::getExpandLF() const {
+    return m_expandLF;
+}
 
 bool PmFILE::setExpandLF(bool expandLF) {
     const bool previous = m_expandLF;
@@ -122,12 +142,13 @@ bool PmFILE::readBOM() {
             m_charFormat = kUtf16Big;
             return true;
         }
-        if (mark[0] == 0xEF && mark[1] == 0xBB && std::fread(mark + 2, 1, 1, m_stream) == 1 && mark[2] == 0xBF) {
+        if (mark[0] == 0xEF && mark[1] == 0xBB && std::fread(mark + 2, 1, 1, m_stream) == 1 &&
+            mark[2] == 0xBF) {
             m_charFormat = kUtf8;
             return true;
         }
-        if (mark[0] == 0 && mark[1] == 0 && std::fread(mark + 2, 1, 2, m_stream) == 2 && mark[2] == 0xFE &&
-            mark[3] == 0xFF) {
+        if (mark[0] == 0 && mark[1] == 0 && std::fread(mark + 2, 1, 2, m_stream) == 2 &&
+            mark[2] == 0xFE && mark[3] == 0xFF) {
             m_charFormat = kUtf32Big;
             return true;
         }
@@ -188,8 +209,8 @@ bool PmFILE::parseAnsiOrCIF(wchar_t& ch) {
     // Room for two units, so that "exactly one" is the conversion's answer and not the
     // buffer's (Wine fills a short buffer and reports success).
     wchar_t units[2] = {};
-    ch = xo::platform::multiByteToWideChar(xo::platform::kCpAcp, xo::platform::kMbErrInvalidChars, bytes,
-                                           length, units, 2) == 1
+    ch = xo::platform::multiByteToWideChar(xo::platform::kCpAcp, xo::platform::kMbErrInvalidChars,
+                                           bytes, length, units, 2) == 1
              ? units[0]
              : L'?';
     return true;
@@ -203,14 +224,18 @@ bool PmFILE::parseUtf8(wchar_t& ch) {
         ch = byte == '\r' && m_expandLF ? foldedCarriageReturn(m_stream) : wchar_t(byte);
         return true;
     }
-    const std::size_t length = (byte & 0xE0) == 0xC0 ? 2 : (byte & 0xF0) == 0xE0 ? 3 : (byte & 0xF8) == 0xF0 ? 4 : 0;
+    const std::size_t length = (byte & 0xE0) == 0xC0   ? 2
+                               : (byte & 0xF0) == 0xE0 ? 3
+                               : (byte & 0xF8) == 0xF0 ? 4
+                                                       : 0;
     if (length == 0)
         return false;
     char bytes[4] = {char(byte)};
     if (std::fread(bytes + 1, 1, length - 1, m_stream) != length - 1)
         return false;
     wchar_t units[2] = {};
-    if (xo::platform::multiByteToWideChar(xo::platform::kCpUtf8, 0, bytes, int(length), units, 2) != 1)
+    if (xo::platform::multiByteToWideChar(xo::platform::kCpUtf8, 0, bytes, int(length), units, 2) !=
+        1)
         return false;
     ch = units[0];
     return true;
@@ -239,11 +264,18 @@ int PmFILE::fgetc() {
     wchar_t ch = 0;
     bool ok = false;
     switch (m_charFormat) {
-    case kAnsi: ok = parseAnsiOrCIF(ch); break;
-    case kUtf8: ok = parseUtf8(ch); break;
+    case kAnsi:
+        ok = parseAnsiOrCIF(ch);
+        break;
+    case kUtf8:
+        ok = parseUtf8(ch);
+        break;
     case kUtf16Little:
-    case kUtf16Big: ok = parseUtf16(ch); break;
-    default: return -1; // UTF-32 is recognised, not read
+    case kUtf16Big:
+        ok = parseUtf16(ch);
+        break;
+    default:
+        return -1; // UTF-32 is recognised, not read
     }
     return ok ? int(std::uint16_t(ch)) : -1;
 }
@@ -297,7 +329,9 @@ int PmFILE::fputsWorker(const wchar_t* text, int mode) {
     return mode == 0 ? 0 : written;
 }
 
-int PmFILE::fputs(const wchar_t* text) { return fputsWorker(text, 0); }
+int PmFILE::fputs(const wchar_t* text) {
+    return fputsWorker(text, 0);
+}
 
 int PmFILE::fprintf(const wchar_t* format, ...) {
     va_list args;
@@ -319,4 +353,6 @@ int PmFILE::vfprintf(const wchar_t* format, va_list args) {
     return fputsWorker(text.data(), 1);
 }
 
-int PmFILE::fscanf(const wchar_t*, ...) { return -1; }
+int PmFILE::fscanf(const wchar_t*, ...) {
+    return -1;
+}

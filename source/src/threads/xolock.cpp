@@ -4,4 +4,6 @@
 
 XoLock::~XoLock() = default;
 
-XoLock* createXoLock() { return xo::platform::newRecursiveLock(); }
+XoLock* createXoLock() {
+    return xo::platform::newRecursiveLock();
+}

@@ -32,28 +32,20 @@ struct IdleLock {
 
 // Map nodes on cache lines of their own, so that threads on different stripes do not
 // share a line through neighbouring nodes.
-template <class T>
-struct CacheLineAllocator {
+template <class T> struct CacheLineAllocator {
     using value_type = T;
     static constexpr std::align_val_t kAlignment{64};
 
     CacheLineAllocator() = default;
-    template <class U>
-    CacheLineAllocator(const CacheLineAllocator<U>&) {}
+    template <class U> CacheLineAllocator(const CacheLineAllocator<U>&) {}
 
     T* allocate(std::size_t n) {
         return static_cast<T*>(::operator new(n * sizeof(T), kAlignment));
     }
     void deallocate(T* p, std::size_t) { ::operator delete(p, kAlignment); }
 
-    template <class U>
-    bool operator==(const CacheLineAllocator<U>&) const {
-        return true;
-    }
-    template <class U>
-    bool operator!=(const CacheLineAllocator<U>&) const {
-        return false;
-    }
+    template <class U> bool operator==(const CacheLineAllocator<U>&) const { return true; }
+    template <class U> bool operator!=(const CacheLineAllocator<U>&) const { return false; }
 };
 
 using EntryMap = std::map<std::uint64_t, Entry, std::less<std::uint64_t>,
@@ -62,8 +54,8 @@ using EntryMap = std::map<std::uint64_t, Entry, std::less<std::uint64_t>,
 struct alignas(64) Stripe {
     XoLock* guard = createXoLock();
     EntryMap entries;
-    std::vector<IdleLock> idle;                // a stack: back is the most recent
-    std::vector<EntryMap::node_type> spares;   // erased nodes, reused by the next insert
+    std::vector<IdleLock> idle;              // a stack: back is the most recent
+    std::vector<EntryMap::node_type> spares; // erased nodes, reused by the next insert
 
     ~Stripe();
     Stripe() = default;
@@ -182,7 +174,9 @@ void Pool::release(std::uint64_t key) {
 
 std::atomic<Pool*> g_pool{nullptr};
 
-void tearDown() { delete g_pool.exchange(nullptr); }
+void tearDown() {
+    delete g_pool.exchange(nullptr);
+}
 
 bool createPool() {
     g_pool.store(new Pool);
@@ -211,6 +205,8 @@ void XoLockPool::release(const void* address) {
         p->release(keyOf(address));
 }
 
-unsigned long XoLockPool::locksMade() { return g_locksMade.load(); }
+unsigned long XoLockPool::locksMade() {
+    return g_locksMade.load();
+}
 
 } // namespace xo

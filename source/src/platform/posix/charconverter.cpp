@@ -16,13 +16,17 @@ int CharConverter::decodeOther(const char* src, int srcLen, char16_t* unit, bool
         *invalid = true;
         return 1;
     }
-    const int length = std::uint8_t(src[0]) < 0xC0 ? 1 : std::uint8_t(src[0]) < 0xE0 ? 2
-                       : std::uint8_t(src[0]) < 0xF0 ? 3 : 4;
+    const int length = std::uint8_t(src[0]) < 0xC0   ? 1
+                       : std::uint8_t(src[0]) < 0xE0 ? 2
+                       : std::uint8_t(src[0]) < 0xF0 ? 3
+                                                     : 4;
     const int taken = length < srcLen ? length : srcLen;
     wchar_t units[8];
     const int n = codepages::multiByteToWideChar(kCpUtf8, 0, src, taken, units, 8).count;
     *unit = n > 0 ? char16_t(units[0]) : 0;
-    *invalid = codepages::multiByteToWideChar(kCpUtf8, kMbErrInvalidChars, src, taken, units, 8).count == 0;
+    *invalid =
+        codepages::multiByteToWideChar(kCpUtf8, kMbErrInvalidChars, src, taken, units, 8).count ==
+        0;
     return taken;
 }
 

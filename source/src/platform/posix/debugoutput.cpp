@@ -94,6 +94,8 @@ void debugOutputW(const wchar_t* text) {
     writeAll(utf8.data(), utf8.size());
 }
 
-void abortProcess() { std::abort(); }
+void abortProcess() {
+    std::abort();
+}
 
 } // namespace xo::platform

@@ -12,9 +12,8 @@ void rebaseContext(ucontext_t* copy, const ucontext_t* source) {
     const auto* begin = reinterpret_cast<const char*>(source);
     const auto* fpregs = reinterpret_cast<const char*>(source->uc_mcontext.fpregs);
     if (fpregs >= begin && fpregs < begin + sizeof(ucontext_t))
-        copy->uc_mcontext.fpregs =
-            reinterpret_cast<decltype(copy->uc_mcontext.fpregs)>(
-                reinterpret_cast<char*>(copy) + (fpregs - begin));
+        copy->uc_mcontext.fpregs = reinterpret_cast<decltype(copy->uc_mcontext.fpregs)>(
+            reinterpret_cast<char*>(copy) + (fpregs - begin));
 #else
     (void)copy;
     (void)source;

@@ -32,10 +32,23 @@ bool posixMode(const wchar_t* mode, std::string& out) {
         return false;
     for (const wchar_t* m = mode; *m; ++m) {
         switch (*m) {
-        case L'r': case L'w': case L'a': case L'+': case L'b': case L'x':
+        case L'r':
+        case L'w':
+        case L'a':
+        case L'+':
+        case L'b':
+        case L'x':
             out += char(*m);
             break;
-        case L't': case L'c': case L'n': case L'S': case L'R': case L'T': case L'D': case L'N': case L' ':
+        case L't':
+        case L'c':
+        case L'n':
+        case L'S':
+        case L'R':
+        case L'T':
+        case L'D':
+        case L'N':
+        case L' ':
             break;
         default:
             return false; // "ccs=" and unknown letters
@@ -56,8 +69,8 @@ std::FILE* openStream(const wchar_t* path, const wchar_t* mode) {
 }
 
 std::FILE* openSharedStream(const wchar_t* path, const wchar_t* mode, int shareFlag) {
-    if (shareFlag != kShareDenyReadWrite && shareFlag != kShareDenyWrite && shareFlag != kShareDenyRead &&
-        shareFlag != kShareDenyNone) {
+    if (shareFlag != kShareDenyReadWrite && shareFlag != kShareDenyWrite &&
+        shareFlag != kShareDenyRead && shareFlag != kShareDenyNone) {
         errno = EINVAL;
         return nullptr;
     }

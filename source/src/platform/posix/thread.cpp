@@ -13,6 +13,8 @@ std::uint32_t queryThreadId() {
     return t_threadId;
 }
 
-std::uint32_t currentThreadId() { return cachedThreadId(); }
+std::uint32_t currentThreadId() {
+    return cachedThreadId();
+}
 
 } // namespace xo::platform

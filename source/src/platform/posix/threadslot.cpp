@@ -14,7 +14,9 @@ ThreadSlotExit g_atExit = nullptr;
 
 // glibc runs key destructors after the thread's C++ thread_local destructors, so frees
 // made by those still reach the cache before it is handed back.
-void exited(void* value) { g_atExit(value); }
+void exited(void* value) {
+    g_atExit(value);
+}
 
 } // namespace
 

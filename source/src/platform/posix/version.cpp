@@ -13,7 +13,9 @@ std::atomic<std::uint32_t> g_versionWord{kWindows10Word};
 
 } // namespace
 
-std::uint32_t loadTimeVersionWord() { return g_versionWord.load(std::memory_order_relaxed); }
+std::uint32_t loadTimeVersionWord() {
+    return g_versionWord.load(std::memory_order_relaxed);
+}
 
 std::uint32_t replaceLoadTimeVersionWord(std::uint32_t word) {
     return g_versionWord.exchange(word, std::memory_order_relaxed);

@@ -56,6 +56,8 @@ void decommit(void* address, std::size_t size) {
     ::mprotect(address, size, PROT_NONE);
 }
 
-void release(void* address, std::size_t size) { ::munmap(address, size); }
+void release(void* address, std::size_t size) {
+    ::munmap(address, size);
+}
 
 } // namespace xo::platform

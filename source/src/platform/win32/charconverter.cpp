@@ -32,7 +32,8 @@ int CharConverter::encodeOne(char16_t unit, char* out, bool* usedDefault) const 
     const wchar_t wide = wchar_t(unit);
     BOOL used = FALSE;
     const bool utf8 = codePage_ == CP_UTF8;
-    const int n = ::WideCharToMultiByte(codePage_, 0, &wide, 1, out, 4, nullptr, utf8 ? nullptr : &used);
+    const int n =
+        ::WideCharToMultiByte(codePage_, 0, &wide, 1, out, 4, nullptr, utf8 ? nullptr : &used);
     if (usedDefault)
         *usedDefault = used != FALSE;
     return n;

@@ -1,7 +1,7 @@
 #include "platform/codepage.h"
 
-#include <windows.h>
 #include <mbctype.h>
+#include <windows.h>
 
 namespace xo::platform {
 
@@ -24,17 +24,29 @@ bool isDbcsLeadByte(unsigned codePage, unsigned char byte) {
     return ::IsDBCSLeadByteEx(codePage, byte) != FALSE;
 }
 
-bool isValidCodePage(unsigned codePage) { return ::IsValidCodePage(codePage) != FALSE; }
+bool isValidCodePage(unsigned codePage) {
+    return ::IsValidCodePage(codePage) != FALSE;
+}
 
-unsigned systemAnsiCodePage() { return ::GetACP(); }
+unsigned systemAnsiCodePage() {
+    return ::GetACP();
+}
 
-unsigned systemOemCodePage() { return ::GetOEMCP(); }
+unsigned systemOemCodePage() {
+    return ::GetOEMCP();
+}
 
-int multiByteCodePage() { return ::_getmbcp(); }
+int multiByteCodePage() {
+    return ::_getmbcp();
+}
 
-int setMultiByteCodePage(int codePage) { return ::_setmbcp(codePage); }
+int setMultiByteCodePage(int codePage) {
+    return ::_setmbcp(codePage);
+}
 
-std::uint32_t systemDefaultLcid() { return ::GetSystemDefaultLCID(); }
+std::uint32_t systemDefaultLcid() {
+    return ::GetSystemDefaultLCID();
+}
 
 int localeAnsiCodePageQuery(std::uint32_t lcid) {
     return ::GetLocaleInfoW(lcid, LOCALE_IDEFAULTANSICODEPAGE, nullptr, 256);

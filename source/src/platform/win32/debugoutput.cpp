@@ -16,8 +16,12 @@ void debugOutputA(const char* text) {
         ::OutputDebugStringA(text);
 }
 
-bool debuggerAttached() { return ::IsDebuggerPresent() != FALSE; }
+bool debuggerAttached() {
+    return ::IsDebuggerPresent() != FALSE;
+}
 
-void abortProcess() { std::abort(); }
+void abortProcess() {
+    std::abort();
+}
 
 } // namespace xo::platform

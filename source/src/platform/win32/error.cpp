@@ -4,14 +4,20 @@
 
 namespace xo::platform {
 
-std::uint32_t lastOsError() { return ::GetLastError(); }
+std::uint32_t lastOsError() {
+    return ::GetLastError();
+}
 
 } // namespace xo::platform
 
 namespace xo::platform {
 
-std::uint32_t threadLastError() { return ::GetLastError(); }
+std::uint32_t threadLastError() {
+    return ::GetLastError();
+}
 
-void setThreadLastError(std::uint32_t error) { ::SetLastError(error); }
+void setThreadLastError(std::uint32_t error) {
+    ::SetLastError(error);
+}
 
 } // namespace xo::platform

@@ -12,7 +12,7 @@ void keepContext(CONTEXT*, const CONTEXT*) {}
 
 XoExceptionPointers* _copyExceptionPointers(XoExceptionPointers* pointers) {
     return xo::copyExceptionPointers<EXCEPTION_POINTERS, EXCEPTION_RECORD, CONTEXT>(pointers,
-                                                                                  keepContext);
+                                                                                    keepContext);
 }
 
 void _freeExceptionPointers(XoExceptionPointers* pointers) {

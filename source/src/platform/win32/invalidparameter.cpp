@@ -1,7 +1,7 @@
 #include "platform/invalidparameter.h"
 
-#include <windows.h>
 #include <stdlib.h>
+#include <windows.h>
 
 namespace xo::platform {
 

@@ -4,6 +4,8 @@
 
 namespace xo::platform {
 
-std::uint32_t currentThreadId() { return ::GetCurrentThreadId(); }
+std::uint32_t currentThreadId() {
+    return ::GetCurrentThreadId();
+}
 
 } // namespace xo::platform

@@ -18,8 +18,7 @@ void* reserveAligned(std::size_t size, std::size_t alignment) {
         if (p == nullptr)
             return nullptr;
         const auto start = reinterpret_cast<std::uintptr_t>(p);
-        const std::uintptr_t aligned =
-            (start + alignment - 1) & ~(std::uintptr_t{alignment} - 1);
+        const std::uintptr_t aligned = (start + alignment - 1) & ~(std::uintptr_t{alignment} - 1);
         ::VirtualFree(p, 0, MEM_RELEASE);
         void* base = reinterpret_cast<void*>(aligned);
         if (::VirtualAlloc(base, size, MEM_RESERVE, PAGE_READWRITE) == base)
@@ -32,8 +31,12 @@ bool commit(void* address, std::size_t size) {
     return ::VirtualAlloc(address, size, MEM_COMMIT, PAGE_READWRITE) == address;
 }
 
-void decommit(void* address, std::size_t size) { ::VirtualFree(address, size, MEM_DECOMMIT); }
+void decommit(void* address, std::size_t size) {
+    ::VirtualFree(address, size, MEM_DECOMMIT);
+}
 
-void release(void* address, std::size_t) { ::VirtualFree(address, 0, MEM_RELEASE); }
+void release(void* address, std::size_t) {
+    ::VirtualFree(address, 0, MEM_RELEASE);
+}
 
 } // namespace xo::platform

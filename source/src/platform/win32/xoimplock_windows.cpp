@@ -24,10 +24,16 @@ private:
 
 namespace xo::platform {
 
-XoLock* newRecursiveLock() { return new XoImpLock_windows; }
+XoLock* newRecursiveLock() {
+    return new XoImpLock_windows;
+}
 
-void lockRecursive(XoLock* lock) { static_cast<XoImpLock_windows*>(lock)->lock(); }
+void lockRecursive(XoLock* lock) {
+    static_cast<XoImpLock_windows*>(lock)->lock();
+}
 
-void unlockRecursive(XoLock* lock) { static_cast<XoImpLock_windows*>(lock)->unlock(); }
+void unlockRecursive(XoLock* lock) {
+    static_cast<XoImpLock_windows*>(lock)->unlock();
+}
 
 } // namespace xo::platform
