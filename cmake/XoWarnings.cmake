@@ -5,3 +5,13 @@ if(MSVC)
 else()
   target_compile_options(xo_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
 endif()
+
+# README's test command turns warnings into errors, so that none lands unseen.
+option(XO_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
+if(XO_WARNINGS_AS_ERRORS)
+  if(MSVC)
+    target_compile_options(xo_warnings INTERFACE /WX)
+  else()
+    target_compile_options(xo_warnings INTERFACE -Werror)
+  endif()
+endif()

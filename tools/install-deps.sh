@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(cmake ninja-build g++ ccache)
 if [[ "${1:-}" == "all" ]]; then
-    packages+=(googletest libgtest-dev libbenchmark-dev libmimalloc-dev clang libclang-rt-dev
+    packages+=(clang-format googletest libgtest-dev libbenchmark-dev libmimalloc-dev clang libclang-rt-dev
                g++-mingw-w64-x86-64-posix wine64 binutils)
 fi
 

@@ -1,14 +1,16 @@
 #!/usr/bin/env bash
-# Builds both targets and runs every test: the Linux suite under AddressSanitizer +
-# UndefinedBehaviorSanitizer and under ThreadSanitizer, the Linux release build (export
-# list, benchmarks built), a short run of every fuzzer, and the Windows suite under Wine.
+# Checks the formatting, builds both targets with warnings as errors and runs every test:
+# the Linux suite under AddressSanitizer + UndefinedBehaviorSanitizer and under
+# ThreadSanitizer, the Linux release build (export list, benchmarks built), a short run
+# of every fuzzer, and the Windows suite under Wine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash tools/install-deps.sh all
+bash tools/check-format.sh
 
 jobs=2
 build() {
-    cmake --preset "$1" >/dev/null
+    cmake --preset "$1" -DXO_WARNINGS_AS_ERRORS=ON >/dev/null
     cmake --build --preset "$1" -j"$jobs"
 }
 
