@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <stdexcept>
 
@@ -145,9 +146,8 @@ TEST(XoStreamBufDefaults, CopyFromTakesTheRangeInEitherOrder) {
         src.seek(c.srcPosition, XoIO::kSeekBegin);
         dest.seek(2, XoIO::kSeekBegin);
         dest.copyFrom(&src, c.from, c.to);
-        std::vector<unsigned char> expected(2, 0xEE);
-        expected.insert(expected.end(), src.data.begin() + long(c.firstByte),
-                        src.data.begin() + long(c.firstByte + c.count));
+        std::vector<unsigned char> expected(2 + c.count, 0xEE);
+        std::copy_n(src.data.begin() + long(c.firstByte), c.count, expected.begin() + 2);
         EXPECT_EQ(dest.data, expected) << c.from << ".." << c.to;
         EXPECT_EQ(src.tell(), c.srcPosition);
     }
