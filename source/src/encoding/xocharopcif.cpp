@@ -8,22 +8,15 @@
 #include "platform/codepage.h"
 #include "platform/error.h"
 
-namespace {
-
-constexpr std::uint32_t kErrorInvalidParameter = 87;
-constexpr std::uint32_t kErrorInvalidCodePage = 1001;
-
-} // namespace
-
 int XoCharOp::WideCharToMultiByteCIF(unsigned int winCp, unsigned long, const wchar_t* in,
                                      int inLen, char* out, int outLen, unsigned long) {
     namespace os = xo::platform;
     if (!os::isValidCodePage(winCp)) {
-        os::setThreadLastError(kErrorInvalidCodePage);
+        os::setThreadLastError(os::kErrorStackOverflow);
         return 0;
     }
     if (!in || (!out && outLen != 0)) {
-        os::setThreadLastError(kErrorInvalidParameter);
+        os::setThreadLastError(os::kErrorInvalidParameter);
         return 0;
     }
     long long length = inLen;

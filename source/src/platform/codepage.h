@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "platform/error.h"
+
 namespace xo::platform {
 
 // Code-page numbers with a meaning of their own, as in Windows.
@@ -17,8 +19,6 @@ constexpr unsigned kCpUtf8 = 65001;
 constexpr unsigned kMbErrInvalidChars = 0x8;
 constexpr unsigned kWcErrInvalidChars = 0x80;
 constexpr unsigned kWcNoBestFitChars = 0x400;
-
-constexpr std::uint32_t kErrorNoUnicodeTranslation = 1113;
 
 int multiByteToWideChar(unsigned codePage, unsigned flags, const char* src, int srcLen,
                         wchar_t* dst, int dstLen);

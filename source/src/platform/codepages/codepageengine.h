@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "platform/error.h"
+
 namespace xo::codepages {
 
 constexpr unsigned kUtf8 = 65001;
@@ -16,11 +18,10 @@ constexpr unsigned kMbErrInvalidChars = 0x8;
 constexpr unsigned kWcErrInvalidChars = 0x80;
 constexpr unsigned kWcNoBestFitChars = 0x400;
 
-// Windows error numbers.
-constexpr std::uint32_t kErrorInvalidParameter = 87;
-constexpr std::uint32_t kErrorInsufficientBuffer = 122;
-constexpr std::uint32_t kErrorInvalidFlags = 1004;
-constexpr std::uint32_t kErrorNoUnicodeTranslation = 1113;
+using platform::kErrorInsufficientBuffer;
+using platform::kErrorInvalidFlags;
+using platform::kErrorInvalidParameter;
+using platform::kErrorNoUnicodeTranslation;
 
 // A count of units or bytes, or 0 with the Windows error number of the failure.
 struct Outcome {

@@ -83,7 +83,7 @@ std::uint32_t systemDefaultLcid() {
 
 // Windows refuses a query that names a length but gives no buffer.
 int localeAnsiCodePageQuery(std::uint32_t) {
-    setThreadLastError(87);
+    setThreadLastError(kErrorInvalidParameter);
     return 0;
 }
 
