@@ -1,7 +1,7 @@
 // Random format strings, narrow and wide, into buffers of every size. Every argument
 // is a pointer to zeros (an empty string of either width), so any conversion reads
 // something harmless; formats with more conversions than arguments cover are skipped.
-#include "containers/xoformatter.h"
+#include "runtime/xoformatter.h"
 
 #include <cstddef>
 #include <cstdint>

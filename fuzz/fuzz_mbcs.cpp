@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "containers/xombcs.h"
 #include "fuzzsupport.h"
 #include "platform/codepage.h"
+#include "runtime/xombcs.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Dumps the Windows runtime's wide character classes (iswlower, iswspace, iswdigit in the
-// C locale) as range tables for source/src/containers/xowidectype.inc. Built for Windows
-// and run under Wine: wine64 xo_wctypegen.exe > source/src/containers/xowidectype.inc
+// C locale) as range tables for source/src/runtime/xowidectype.inc. Built for Windows
+// and run under Wine: wine64 xo_wctypegen.exe > source/src/runtime/xowidectype.inc
 #include <cstdio>
 #include <cwctype>
 

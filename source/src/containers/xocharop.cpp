@@ -1,14 +1,16 @@
 #include "XoCharOp.h"
 
-#include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <cstring>
 
 #include "XoMemory.h"
-#include "containers/xoformatter.h"
-#include "containers/xombcs.h"
-#include "containers/xowidectype.h"
-#include "platform/invalidparameter.h"
+#include "platform/codepage.h"
+#include "platform/error.h"
+#include "runtime/xoformatter.h"
+#include "runtime/xombcs.h"
+#include "runtime/xosecurecopy.h"
+#include "runtime/xowidectype.h"
 
 namespace {
 
@@ -54,67 +56,6 @@ int wideCompare(const wchar_t* a, const wchar_t* b, std::size_t n, Fold fold) {
 
 unsigned int same(unsigned int x) {
     return x;
-}
-
-int invalid(int error) {
-    errno = error;
-    xo::platform::reportInvalidParameter();
-    return error;
-}
-
-// memcpy_s and wmemcpy_s: n elements into dst of dstSize elements.
-template <class Char>
-int boundedCopy(Char* dst, std::size_t dstSize, const Char* src, std::size_t n) {
-    if (n == 0)
-        return 0;
-    if (!dst)
-        return invalid(EINVAL);
-    if (src && dstSize >= n) {
-        std::memcpy(dst, src, n * sizeof(Char));
-        return 0;
-    }
-    std::memset(dst, 0, dstSize * sizeof(Char));
-    return invalid(src ? ERANGE : EINVAL);
-}
-
-// strcpy_s and wcscpy_s.
-template <class Char> int boundedStringCopy(Char* dst, std::size_t dstSize, const Char* src) {
-    if (!dst || dstSize == 0)
-        return invalid(EINVAL);
-    if (!src) {
-        dst[0] = 0;
-        return invalid(EINVAL);
-    }
-    std::size_t n = 0;
-    while (src[n] != 0)
-        ++n;
-    if (n + 1 > dstSize) {
-        dst[0] = 0;
-        return invalid(ERANGE);
-    }
-    std::memcpy(dst, src, (n + 1) * sizeof(Char));
-    return 0;
-}
-
-// vsprintf_s and vswprintf_s.
-template <class Char>
-int boundedFormat(Char* buffer, std::size_t size, const Char* format, va_list args) {
-    if (!format || !buffer || size == 0) {
-        if (buffer && size > 0)
-            buffer[0] = 0;
-        invalid(EINVAL);
-        return -1;
-    }
-    va_list measure;
-    va_copy(measure, args);
-    const int length = xo::XoFormatter::formatV(static_cast<Char*>(nullptr), 0, format, measure);
-    va_end(measure);
-    if (length < 0 || std::size_t(length) >= size) {
-        buffer[0] = 0;
-        invalid(ERANGE);
-        return -1;
-    }
-    return xo::XoFormatter::formatV(buffer, size, format, args);
 }
 
 constexpr std::size_t kUnbounded = 0x7FFFFFFF;
@@ -317,10 +258,10 @@ wchar_t* XoCharOp::copy(wchar_t* dst, const wchar_t* src) {
 }
 
 int XoCharOp::copy(char* dst, std::size_t dstSize, const char* src) {
-    return boundedStringCopy(dst, dstSize, src);
+    return xo::runtime::boundedStringCopy(dst, dstSize, src);
 }
 int XoCharOp::copy(wchar_t* dst, std::size_t dstSize, const wchar_t* src) {
-    return boundedStringCopy(dst, dstSize, src);
+    return xo::runtime::boundedStringCopy(dst, dstSize, src);
 }
 char* XoCharOp::copy(char* dst, const char* src, std::size_t n) {
     return static_cast<char*>(std::memcpy(dst, src, n));
@@ -329,10 +270,10 @@ wchar_t* XoCharOp::copy(wchar_t* dst, const wchar_t* src, std::size_t n) {
     return static_cast<wchar_t*>(std::memcpy(dst, src, n * sizeof(wchar_t)));
 }
 int XoCharOp::copy(char* dst, std::size_t dstSize, const char* src, std::size_t n) {
-    return boundedCopy(dst, dstSize, src, n);
+    return xo::runtime::boundedCopy(dst, dstSize, src, n);
 }
 int XoCharOp::copy(wchar_t* dst, std::size_t dstSize, const wchar_t* src, std::size_t n) {
-    return boundedCopy(dst, dstSize, src, n);
+    return xo::runtime::boundedCopy(dst, dstSize, src, n);
 }
 char* XoCharOp::copy(char* dst, char ch, std::size_t n) {
     return static_cast<char*>(std::memset(dst, ch, n));
@@ -389,13 +330,70 @@ int XoCharOp::format(wchar_t* buffer, const wchar_t* fmt, va_list args) {
 }
 
 int XoCharOp::format(char* buffer, std::size_t size, const char* fmt, va_list args) {
-    return boundedFormat(buffer, size, fmt, args);
+    return xo::runtime::boundedFormat(buffer, size, fmt, args);
 }
 
 int XoCharOp::format(wchar_t* buffer, std::size_t size, const wchar_t* fmt, va_list args) {
-    return boundedFormat(buffer, size, fmt, args);
+    return xo::runtime::boundedFormat(buffer, size, fmt, args);
 }
 
 XoInvalidParameterHandler xoSetInvalidParameterHandler(XoInvalidParameterHandler handler) {
     return xo::platform::setInvalidParameterHandler(handler);
+}
+
+// The CIF conversion: a unit the code page cannot hold as itself becomes its \U+XXXX
+// escape. It asks only the code-page layer, so it lives here with the rest of XoCharOp
+// rather than with the escape classes of encoding/.
+int XoCharOp::WideCharToMultiByteCIF(unsigned int winCp, unsigned long, const wchar_t* in,
+                                     int inLen, char* out, int outLen, unsigned long) {
+    namespace os = xo::platform;
+    if (!os::isValidCodePage(winCp)) {
+        os::setThreadLastError(os::kErrorStackOverflow);
+        return 0;
+    }
+    if (!in || (!out && outLen != 0)) {
+        os::setThreadLastError(os::kErrorInvalidParameter);
+        return 0;
+    }
+    long long length = inLen;
+    if (inLen == -1) {
+        length = 1;
+        while (in[length - 1] != 0)
+            ++length;
+    }
+    if (length < 1)
+        return 0;
+    static const char kHex[] = "0123456789ABCDEF";
+    int written = 0;
+    for (long long i = 0; i < length; ++i) {
+        const std::uint16_t unit = static_cast<std::uint16_t>(in[i]);
+        char piece[7];
+        int size = 0;
+        if (unit < 0x80) {
+            piece[0] = char(unit);
+            size = 1;
+        } else {
+            const wchar_t wide = wchar_t(unit);
+            bool usedDefault = false;
+            const int n = os::wideCharToMultiByte(winCp, os::kWcNoBestFitChars, &wide, 1, piece, 4,
+                                                  nullptr, &usedDefault);
+            if (!usedDefault && (n == 2 || (n == 1 && std::uint8_t(piece[0]) >= 0x80))) {
+                size = n;
+            } else {
+                piece[0] = '\\';
+                piece[1] = 'U';
+                piece[2] = '+';
+                for (int d = 0; d < 4; ++d)
+                    piece[3 + d] = kHex[(unit >> (12 - 4 * d)) & 0xF];
+                size = 7;
+            }
+        }
+        if (outLen - written < size)
+            break;
+        std::memcpy(out + written, piece, std::size_t(size));
+        written += size;
+        if (unit == 0)
+            break;
+    }
+    return written;
 }

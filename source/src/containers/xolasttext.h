@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "containers/xombcs.h"
+#include "runtime/xombcs.h"
 
 namespace xo {
 

@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "containers/xombcs.h"
 #include "platform/codepage.h"
+#include "runtime/xombcs.h"
 
 namespace {
 

@@ -7,10 +7,10 @@
 #include <type_traits>
 #include <utility>
 
-#include "containers/xoformatter.h"
 #include "containers/xolasttext.h"
-#include "containers/xombcs.h"
 #include "platform/memoryprobe.h"
+#include "runtime/xoformatter.h"
+#include "runtime/xombcs.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "XoAsserter.h"
 
-#include "containers/xoformatter.h"
 #include "platform/debugoutput.h"
+#include "runtime/xoformatter.h"
 
 #include <cstdlib>
 #include <cwchar>

@@ -1,7 +1,7 @@
 #include "XoException.h"
 
-#include "containers/xoformatter.h"
 #include "diagnostics/widetext.h"
+#include "runtime/xoformatter.h"
 
 namespace {
 const wchar_t kEmpty[] = L"";

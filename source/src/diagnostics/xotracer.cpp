@@ -1,8 +1,8 @@
 #include "XoTracer.h"
 
-#include "containers/xoformatter.h"
 #include "diagnostics/xothrow.h"
 #include "platform/debugoutput.h"
+#include "runtime/xoformatter.h"
 
 #include <cstdarg>
 #include <cstdlib>

@@ -3,10 +3,10 @@
 #include <vector>
 
 #include "PnCharFormatter.h"
-#include "containers/xoformatter.h"
 #include "encoding/xoescapes.h"
 #include "platform/codepage.h"
 #include "platform/textfile.h"
+#include "runtime/xoformatter.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "containers/xoformatter.h"
+#include "runtime/xoformatter.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "containers/xombcs.h"
+#include "runtime/xombcs.h"
 
 #include <atomic>
 #include <cstring>

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "containers/xombcs.h"
 #include "platform/codepage.h"
+#include "runtime/xombcs.h"
 #include "xotestcodepage.h"
 
 namespace {

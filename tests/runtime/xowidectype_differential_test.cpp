@@ -5,7 +5,7 @@
 
 #include <cwctype>
 
-#include "containers/xowidectype.h"
+#include "runtime/xowidectype.h"
 
 namespace {
 

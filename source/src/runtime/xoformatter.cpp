@@ -1,5 +1,5 @@
 // printf-style formatting with the Windows runtime's meaning, identical on every target.
-#include "containers/xoformatter.h"
+#include "runtime/xoformatter.h"
 
 #include <algorithm>
 #include <cfloat>

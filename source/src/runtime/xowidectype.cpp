@@ -1,4 +1,4 @@
-#include "containers/xowidectype.h"
+#include "runtime/xowidectype.h"
 
 #include <algorithm>
 #include <iterator>
@@ -12,7 +12,7 @@ struct WideRange {
     unsigned int last;
 };
 
-#include "containers/xowidectype.inc"
+#include "runtime/xowidectype.inc"
 
 template <std::size_t N> bool inRanges(const WideRange (&ranges)[N], unsigned int unit) {
     const WideRange* range =

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "containers/xombcs.h"
+#include "runtime/xombcs.h"
 
 namespace {
 
