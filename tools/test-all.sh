@@ -7,6 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 bash tools/install-deps.sh all
 bash tools/check-format.sh
+bash tools/check-layers.sh
 
 jobs=2
 build() {
