@@ -8,12 +8,15 @@
 #include "encoding/xoescapes.h"
 #include "encoding/xovectorwriter.h"
 #include "platform/codepage.h"
+#include "platform/textunits.h"
 #include "platform/version.h"
 
 namespace enc = xo::encoding;
 namespace platform = xo::platform;
 
 namespace {
+
+using xo::platform::wideUnit;
 
 using Bytes = const unsigned char*;
 
@@ -60,11 +63,6 @@ unsigned defaultToWideFlags(code_page_id id) {
     return refusesInvalidCharsFlag(codePage) ? 0 : platform::kMbErrInvalidChars;
 }
 
-// Wide text holds UTF-16 units; wchar_t is wider on Linux.
-unsigned unitOf(wchar_t c) {
-    return unsigned(c) & 0xFFFF;
-}
-
 bool isConvertedUnit(wchar_t unit) {
     return unit != 0 && unit != L'?';
 }
@@ -92,7 +90,7 @@ bool isUtf8Continuation(unsigned byte) {
 // follow it, up to the count the lead announces.
 int utf8SequenceLength(Bytes p, Bytes end) {
     const unsigned lead = p[0];
-    const int announced = lead < 0xC0 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    const int announced = xo::platform::utf8AnnouncedLength(std::uint8_t(lead));
     int length = 1;
     while (length < announced && p + length < end && isUtf8Continuation(p[length]))
         ++length;
@@ -150,6 +148,10 @@ struct ToWideOptions {
     bool dropBackslashBeforeEscape;
     bool callerFlags; // flags below rather than each code page's own
     unsigned long flags;
+    // The large-input form: the output starts over, sized once to the stated length, and
+    // a code that does not convert is kept whole as its unit instead of going back to
+    // its lead byte.
+    bool largeInput = false;
 };
 
 // The common loop of the multiByteToWideChar forms.
@@ -157,7 +159,8 @@ bool toWide(code_page_id id, const char* text, int length, XoVector<wchar_t>& ou
             const ToWideOptions& options) {
     const int bytes = extentOf(text, length);
     // Every unit takes at least one byte, so this room is never outgrown.
-    enc::VectorWriter<wchar_t> writer(out, out.size(), std::int64_t(bytes) + 1);
+    enc::VectorWriter<wchar_t> writer(out, options.largeInput ? 0 : out.size(),
+                                      std::int64_t(options.largeInput ? length : bytes) + 1);
     id = resolveSystemAnsi(id);
     const bool doubleByte = IsMultiByteCodePage(id);
     const unsigned long utf8Flags = options.callerFlags ? options.flags : defaultToWideFlags(id);
@@ -207,6 +210,11 @@ bool toWide(code_page_id id, const char* text, int length, XoVector<wchar_t>& ou
                 p += character.length;
                 continue;
             }
+            if (options.largeInput) {
+                writer.put(wchar_t(character.code));
+                p += character.length;
+                continue;
+            }
         }
         if (options.stopOnFailure) {
             converted = false;
@@ -225,12 +233,13 @@ bool toWide(code_page_id id, const char* text, int length, XoVector<wchar_t>& ou
 // consumes a second unit when a surrogate pair goes to UTF-8 as one sequence.
 template <class Put>
 int writeWideCharacter(code_page_id id, const wchar_t* p, const wchar_t* end, Put&& put) {
-    const unsigned unit = unitOf(*p);
+    const unsigned unit = wideUnit(*p);
     if (id == CODE_PAGE_UTF8) {
         const bool high = unit >= 0xD800 && unit <= 0xDBFF;
-        const bool pair = high && end - p > 1 && unitOf(p[1]) >= 0xDC00 && unitOf(p[1]) <= 0xDFFF;
+        const bool pair =
+            high && end - p > 1 && wideUnit(p[1]) >= 0xDC00 && wideUnit(p[1]) <= 0xDFFF;
         if (pair || unit < 0xD800 || unit > 0xDFFF) {
-            const wchar_t units[2] = {wchar_t(unit), pair ? wchar_t(unitOf(p[1])) : L'\0'};
+            const wchar_t units[2] = {wchar_t(unit), pair ? wchar_t(wideUnit(p[1])) : L'\0'};
             char bytes[4];
             const int count = platform::wideCharToMultiByte(
                 platform::kCpUtf8, 0, units, pair ? 2 : 1, bytes, 4, nullptr, nullptr);
@@ -243,8 +252,8 @@ int writeWideCharacter(code_page_id id, const wchar_t* p, const wchar_t* end, Pu
     } else {
         wchar_t code = 0;
         if (XoCharMapper::unicodeToCodepage(wchar_t(unit), id, code, true)) {
-            if (unitOf(code) > 0xFF)
-                put(char(unitOf(code) >> 8));
+            if (wideUnit(code) > 0xFF)
+                put(char(wideUnit(code) >> 8));
             put(char(code & 0xFF));
             return 1;
         }
@@ -272,7 +281,7 @@ void toMultiByte(code_page_id id, const wchar_t* text, int length, XoVector<char
             for (int i = 0; i < copied; ++i)
                 writer.put(char(p[i]));
             p += copied;
-        } else if (unitOf(*p) > 0x7F) {
+        } else if (wideUnit(*p) > 0x7F) {
             p += writeWideCharacter(id, p, end, put);
         } else {
             writer.put(char(*p++));
@@ -317,7 +326,7 @@ void XoCharMapper::unicodeToUtf8(const wchar_t* text, int length, XoVector<char>
     enc::VectorWriter<char> writer(out, out.size(), std::int64_t(extentOf(text, length)) + 1);
     // Past text + length, not at it, as utf8ToUnicode reads.
     for (const wchar_t* p = text; p - text <= length && *p != 0; ++p) {
-        const unsigned unit = unitOf(*p);
+        const unsigned unit = wideUnit(*p);
         if (unit < 0x80) {
             writer.put(char(unit));
         } else if (unit >= 0x800) {
@@ -355,57 +364,7 @@ void XoCharMapper::multiByteToWideCharBigData(code_page_id id, const char* text,
         out.append(L'\0');
         return;
     }
-    // Every unit takes at least one byte: the one sizing suffices.
-    enc::VectorWriter<wchar_t> writer(out, 0, std::int64_t(length) + 1);
-    id = resolveSystemAnsi(id);
-    const bool doubleByte = IsMultiByteCodePage(id);
-    Bytes p = reinterpret_cast<Bytes>(text);
-    const Bytes end = p + length;
-    while (p < end && *p != 0) {
-        if (*p == '\\') {
-            const int cif = enc::cifEscapeAt(p, end);
-            if (cif >= 0) {
-                writer.put(wchar_t(cif));
-                p += enc::kCifLength;
-                continue;
-            }
-            enc::MifEscape mif;
-            if (enc::mifEscapeAt(p, end, '1', '5', &mif)) {
-                const wchar_t unit = mifUnit(mif);
-                if (unit != 0) {
-                    writer.put(unit);
-                } else {
-                    for (int i = 0; i < enc::kMifLength; ++i)
-                        writer.put(wchar_t(p[i]));
-                }
-                p += enc::kMifLength;
-                continue;
-            }
-        }
-        if (*p < 0x80) {
-            writer.put(wchar_t(*p++));
-        } else if (id == CODE_PAGE_UTF8) {
-            const int sequence = utf8SequenceLength(p, end);
-            wchar_t decoded[4];
-            const int count = convertUtf8Sequence(p, sequence, defaultToWideFlags(id), decoded);
-            for (int i = 0; i < count; ++i)
-                writer.put(decoded[i]);
-            if (count > 0) {
-                p += sequence;
-            } else {
-                writer.put(wchar_t(*p++));
-            }
-        } else {
-            const Character character = characterAt(p, end, id, doubleByte);
-            wchar_t unit = 0;
-            if (!codepageToUnicode(wchar_t(character.code), id, unit) || !isConvertedUnit(unit))
-                unit = wchar_t(character.code);
-            writer.put(unit);
-            p += character.length;
-        }
-    }
-    writer.put(0);
-    writer.finish();
+    toWide(id, text, length, out, {false, false, false, 0, true});
 }
 
 void XoCharMapper::wideCharToMultiByte(code_page_id id, const wchar_t* text, int length,
@@ -420,7 +379,7 @@ void XoCharMapper::wideCharToMultiByteBigData(code_page_id id, const wchar_t* te
 
 bool XoCharMapper::unicodeToCodepage(wchar_t unit, code_page_id id, wchar_t& out, bool strict) {
     const unsigned codePage = unsigned(XoCodePageMapper::veskCpToAnsiCp(ansiTwin(id)));
-    const unsigned value = unitOf(unit);
+    const unsigned value = wideUnit(unit);
     const bool modern = windowsMajorVersion() >= 5;
     if (!modern && value >= 0x2000 && value <= 0x2FFF && !(value == 0x20AC && !strict))
         return false;
@@ -452,7 +411,7 @@ bool XoCharMapper::codepageToUnicode(wchar_t code, unsigned long flags, code_pag
                                      wchar_t& out) {
     id = ansiTwin(id);
     const unsigned codePage = unsigned(XoCodePageMapper::veskCpToAnsiCp(id));
-    const unsigned value = unitOf(code);
+    const unsigned value = wideUnit(code);
     const char pair[2] = {char(value >> 8), char(value & 0xFF)};
     const bool doubleByte = isLeadByte(static_cast<unsigned char>(value >> 8), id);
     wchar_t unit = 0;
@@ -489,7 +448,7 @@ code_page_id XoCharMapper::JudgeSuitableCodePage(const char* text, unsigned int 
         if (candidateLead && hasTrail) {
             wchar_t unit = 0;
             if (codepageToUnicode(wchar_t(byte << 8 | p[1]), candidate, unit) &&
-                isConvertedUnit(unit) && !(unitOf(unit) >= 0xE000 && unitOf(unit) <= 0xF8FF))
+                isConvertedUnit(unit) && !(wideUnit(unit) >= 0xE000 && wideUnit(unit) <= 0xF8FF))
                 return candidate;
         }
         const bool skipTrail =
