@@ -7,6 +7,7 @@
 #include "XoMemory.h"
 #include "platform/codepage.h"
 #include "platform/error.h"
+#include "platform/textunits.h"
 #include "runtime/xoformatter.h"
 #include "runtime/xombcs.h"
 #include "runtime/xosecurecopy.h"
@@ -14,26 +15,17 @@
 
 namespace {
 
+using xo::platform::wideUnit;
+
+using xo::mbcs::bytes;
+using xo::mbcs::chars;
+
 namespace mb = xo::mbcs;
 namespace wc = xo::widectype;
-
-unsigned char* u(char* p) {
-    return reinterpret_cast<unsigned char*>(p);
-}
-const unsigned char* u(const char* p) {
-    return reinterpret_cast<const unsigned char*>(p);
-}
-char* c(unsigned char* p) {
-    return reinterpret_cast<char*>(p);
-}
 
 // The 8-bit single-character operations widen with the sign, as the runtime's callers do.
 unsigned int widened(char ch) {
     return static_cast<unsigned int>(static_cast<int>(ch));
-}
-
-unsigned int unit(wchar_t w) {
-    return static_cast<std::uint16_t>(w);
 }
 
 std::size_t wideLength(const wchar_t* s) {
@@ -46,8 +38,8 @@ std::size_t wideLength(const wchar_t* s) {
 template <class Fold>
 int wideCompare(const wchar_t* a, const wchar_t* b, std::size_t n, Fold fold) {
     for (; n > 0; --n, ++a, ++b) {
-        const unsigned int ca = fold(unit(*a));
-        const unsigned int cb = fold(unit(*b));
+        const unsigned int ca = fold(wideUnit(*a));
+        const unsigned int cb = fold(wideUnit(*b));
         if (ca != cb || ca == 0)
             return int(ca) - int(cb);
     }
@@ -72,19 +64,19 @@ void XoCharOp::zfree(void* p) {
 }
 
 char* XoCharOp::next(const char* p) {
-    return c(mb::inc(u(p)));
+    return chars(mb::inc(bytes(p)));
 }
 wchar_t* XoCharOp::next(const wchar_t* p) {
     return const_cast<wchar_t*>(p + 1);
 }
 char* XoCharOp::next(const char* p, std::size_t n) {
-    return c(mb::ninc(u(p), n));
+    return chars(mb::ninc(bytes(p), n));
 }
 wchar_t* XoCharOp::next(const wchar_t* p, std::size_t n) {
     return const_cast<wchar_t*>(p + n);
 }
 char* XoCharOp::prev(const char* start, const char* p) {
-    return c(mb::dec(u(start), u(p)));
+    return chars(mb::dec(bytes(start), bytes(p)));
 }
 wchar_t* XoCharOp::prev(const wchar_t* start, const wchar_t* p) {
     return p > start ? const_cast<wchar_t*>(p - 1) : nullptr;
@@ -94,33 +86,33 @@ char XoCharOp::toUppercase(char ch) {
     return char(mb::toUpper(widened(ch)));
 }
 wchar_t XoCharOp::toUppercase(wchar_t ch) {
-    return wchar_t(wc::toUpper(unit(ch)));
+    return wchar_t(wc::toUpper(wideUnit(ch)));
 }
 char XoCharOp::toLowercase(char ch) {
     return char(mb::toLower(widened(ch)));
 }
 wchar_t XoCharOp::toLowercase(wchar_t ch) {
-    return wchar_t(wc::toLower(unit(ch)));
+    return wchar_t(wc::toLower(wideUnit(ch)));
 }
 
 char* XoCharOp::toUppercase(char* s) {
-    return !s || !*s ? s : c(mb::upr(u(s)));
+    return !s || !*s ? s : chars(mb::upr(bytes(s)));
 }
 char* XoCharOp::toLowercase(char* s) {
-    return !s || !*s ? s : c(mb::lwr(u(s)));
+    return !s || !*s ? s : chars(mb::lwr(bytes(s)));
 }
 
 wchar_t* XoCharOp::toUppercase(wchar_t* s) {
     if (s)
         for (wchar_t* p = s; *p; ++p)
-            *p = wchar_t(wc::toUpper(unit(*p)));
+            *p = wchar_t(wc::toUpper(wideUnit(*p)));
     return s;
 }
 
 wchar_t* XoCharOp::toLowercase(wchar_t* s) {
     if (s)
         for (wchar_t* p = s; *p; ++p)
-            *p = wchar_t(wc::toLower(unit(*p)));
+            *p = wchar_t(wc::toLower(wideUnit(*p)));
     return s;
 }
 
@@ -128,82 +120,82 @@ bool XoCharOp::isLowercase(char ch) {
     return mb::isLower(widened(ch));
 }
 bool XoCharOp::isLowercase(wchar_t ch) {
-    return wc::isLower(unit(ch));
+    return wc::isLower(wideUnit(ch));
 }
 bool XoCharOp::isSpace(char ch) {
     return mb::isSpace(widened(ch));
 }
 bool XoCharOp::isSpace(wchar_t ch) {
-    return wc::isSpace(unit(ch));
+    return wc::isSpace(wideUnit(ch));
 }
 bool XoCharOp::isDigit(char ch) {
     return mb::isDigit(widened(ch));
 }
 bool XoCharOp::isDigit(wchar_t ch) {
-    return wc::isDigit(unit(ch));
+    return wc::isDigit(wideUnit(ch));
 }
 
 int XoCharOp::compare(const char* a, const char* b) {
-    return mb::cmp(u(a), u(b));
+    return mb::cmp(bytes(a), bytes(b));
 }
 
 int XoCharOp::compare(const wchar_t* a, const wchar_t* b) {
     for (;; ++a, ++b) {
         if (*a != *b)
-            return unit(*a) < unit(*b) ? -1 : 1;
+            return wideUnit(*a) < wideUnit(*b) ? -1 : 1;
         if (*a == 0)
             return 0;
     }
 }
 
 int XoCharOp::compare(const char* a, const char* b, std::size_t n) {
-    return mb::ncmp(u(a), u(b), n);
+    return mb::ncmp(bytes(a), bytes(b), n);
 }
 int XoCharOp::compare(const wchar_t* a, const wchar_t* b, std::size_t n) {
     return wideCompare(a, b, n, same);
 }
 int XoCharOp::compareNoCase(const char* a, const char* b) {
-    return mb::icmp(u(a), u(b));
+    return mb::icmp(bytes(a), bytes(b));
 }
 int XoCharOp::compareNoCase(const wchar_t* a, const wchar_t* b) {
     return wideCompare(a, b, std::size_t(-1), wc::toLower);
 }
 int XoCharOp::compareNoCase(const char* a, const char* b, std::size_t n) {
-    return mb::nicmp(u(a), u(b), n);
+    return mb::nicmp(bytes(a), bytes(b), n);
 }
 int XoCharOp::compareNoCase(const wchar_t* a, const wchar_t* b, std::size_t n) {
     return wideCompare(a, b, n, wc::toLower);
 }
 int XoCharOp::collate(const char* a, const char* b) {
-    return mb::coll(u(a), u(b));
+    return mb::coll(bytes(a), bytes(b));
 }
 int XoCharOp::collate(const wchar_t* a, const wchar_t* b) {
     return wideCompare(a, b, std::size_t(-1), same);
 }
 int XoCharOp::collate(const char* a, const char* b, std::size_t n) {
-    return mb::ncoll(u(a), u(b), n);
+    return mb::ncoll(bytes(a), bytes(b), n);
 }
 int XoCharOp::collate(const wchar_t* a, const wchar_t* b, std::size_t n) {
     return wideCompare(a, b, n, same);
 }
 int XoCharOp::collateNoCase(const char* a, const char* b) {
-    return mb::icoll(u(a), u(b));
+    return mb::icoll(bytes(a), bytes(b));
 }
 int XoCharOp::collateNoCase(const wchar_t* a, const wchar_t* b) {
     return wideCompare(a, b, std::size_t(-1), wc::toLower);
 }
 int XoCharOp::collateNoCase(const char* a, const char* b, std::size_t n) {
-    return mb::nicoll(u(a), u(b), n);
+    return mb::nicoll(bytes(a), bytes(b), n);
 }
 int XoCharOp::collateNoCase(const wchar_t* a, const wchar_t* b, std::size_t n) {
     return wideCompare(a, b, n, wc::toLower);
 }
 
 char* XoCharOp::find(char* haystack, const char* needle) {
-    return c(mb::str(u(haystack), u(needle)));
+    return chars(mb::str(bytes(haystack), bytes(needle)));
 }
 const char* XoCharOp::find(const char* haystack, const char* needle) {
-    return c(mb::str(u(haystack), u(needle)));
+    return chars(mb::str(bytes(haystack), bytes(needle)));
 }
 
 const wchar_t* XoCharOp::find(const wchar_t* haystack, const wchar_t* needle) {
@@ -223,7 +215,7 @@ wchar_t* XoCharOp::find(wchar_t* haystack, const wchar_t* needle) {
 }
 
 char* XoCharOp::reverse(char* s) {
-    return c(mb::rev(u(s)));
+    return chars(mb::rev(bytes(s)));
 }
 
 wchar_t* XoCharOp::reverse(wchar_t* s) {
@@ -236,7 +228,7 @@ wchar_t* XoCharOp::reverse(wchar_t* s) {
 }
 
 std::size_t XoCharOp::length(const char* s) {
-    return s ? mb::len(u(s)) : 0;
+    return s ? mb::len(bytes(s)) : 0;
 }
 std::size_t XoCharOp::length(const wchar_t* s) {
     return s ? wideLength(s) : 0;
@@ -366,7 +358,7 @@ int XoCharOp::WideCharToMultiByteCIF(unsigned int winCp, unsigned long, const wc
     static const char kHex[] = "0123456789ABCDEF";
     int written = 0;
     for (long long i = 0; i < length; ++i) {
-        const std::uint16_t unit = static_cast<std::uint16_t>(in[i]);
+        const std::uint16_t unit = wideUnit(in[i]);
         char piece[7];
         int size = 0;
         if (unit < 0x80) {

@@ -7,9 +7,8 @@
 
 namespace {
 
-const unsigned char* u(const char* s) {
-    return reinterpret_cast<const unsigned char*>(s);
-}
+using xo::mbcs::bytes;
+using xo::mbcs::chars;
 
 int ansiCodePage() {
     return int(xo::platform::systemAnsiCodePage());
@@ -64,7 +63,7 @@ XoStringA& XoStringA::operator=(const XoStringA& other) {
 }
 
 int XoStringA::length() const {
-    return isEmpty() ? 0 : int(xo::mbcs::len(u(constStr())));
+    return isEmpty() ? 0 : int(xo::mbcs::len(bytes(constStr())));
 }
 
 int XoStringA::codepage() const {

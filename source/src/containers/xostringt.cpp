@@ -9,19 +9,16 @@
 
 #include "containers/xolasttext.h"
 #include "platform/memoryprobe.h"
+#include "platform/virtualmemory.h"
 #include "runtime/xoformatter.h"
 #include "runtime/xombcs.h"
 
 namespace {
 
-using Bytes = const unsigned char*;
+using xo::mbcs::bytes;
+using xo::mbcs::chars;
 
-Bytes u(const char* s) {
-    return reinterpret_cast<Bytes>(s);
-}
-const char* c(const unsigned char* s) {
-    return reinterpret_cast<const char*>(s);
-}
+using Bytes = const unsigned char*;
 
 // What an empty string reads: never the shared empty header's null data.
 const char kEmptyText[1] = {0};
@@ -41,7 +38,7 @@ template <class B, class T> bool holds(const B& b, const T* p) {
 // The length of a zero-terminated text, page by page so that no byte is read before
 // the platform has said its page can be read; false when one cannot.
 bool readableLength(const char* text, std::size_t& length) {
-    constexpr std::uintptr_t kPage = 4096;
+    constexpr std::uintptr_t kPage = xo::platform::kPageSize;
     const char* p = text;
     for (;;) {
         const std::size_t toPageEnd = kPage - (reinterpret_cast<std::uintptr_t>(p) & (kPage - 1));
@@ -237,7 +234,7 @@ XO_STRING int XO_STRING_T::compare(const T* text) const {
         return isEmpty() ? 0 : 1;
     if (isEmpty())
         return -1;
-    return xo::mbcs::cmp(u(constStr()), u(text));
+    return xo::mbcs::cmp(bytes(constStr()), bytes(text));
 }
 
 XO_STRING int XO_STRING_T::compareNoCase(const XoStringT& other) const {
@@ -249,7 +246,7 @@ XO_STRING int XO_STRING_T::compareNoCase(const T* text) const {
         return isEmpty() ? 0 : 1;
     if (isEmpty())
         return -1;
-    return xo::mbcs::icmp(u(constStr()), u(text));
+    return xo::mbcs::icmp(bytes(constStr()), bytes(text));
 }
 
 namespace {
@@ -298,7 +295,7 @@ bool inSet(const char* set, unsigned char b) {
 XO_STRING int XO_STRING_T::find(T ch, int start) const {
     if (isEmpty())
         return -1;
-    const Bytes from = characterAt(u(constStr()), start);
+    const Bytes from = characterAt(bytes(constStr()), start);
     if (from == nullptr)
         return -1;
     const unsigned char wanted = static_cast<unsigned char>(ch);
@@ -308,11 +305,11 @@ XO_STRING int XO_STRING_T::find(T ch, int start) const {
 XO_STRING int XO_STRING_T::find(const T* text, int start) const {
     if (isEmpty() || text == nullptr)
         return -1;
-    const Bytes all = u(constStr());
+    const Bytes all = bytes(constStr());
     const Bytes from = characterAt(all, start);
     if (from == nullptr)
         return -1;
-    const Bytes found = xo::mbcs::str(from, u(text));
+    const Bytes found = xo::mbcs::str(from, bytes(text));
     if (found == nullptr)
         return -1;
     return int(xo::mbcs::len(all) - xo::mbcs::len(found));
@@ -322,7 +319,7 @@ XO_STRING int XO_STRING_T::findRev(T ch) const {
     if (isEmpty())
         return -1;
     const unsigned char wanted = static_cast<unsigned char>(ch);
-    return lastCharacter(u(constStr()), [wanted](unsigned char b) { return b == wanted; });
+    return lastCharacter(bytes(constStr()), [wanted](unsigned char b) { return b == wanted; });
 }
 
 // Out of memory it finds nothing: reversing a copy that could not be had would write
@@ -336,13 +333,13 @@ XO_STRING int XO_STRING_T::findRev(const T* text) const {
 XO_STRING int XO_STRING_T::findOneOf(const T* set) const {
     if (isEmpty() || set == nullptr || *set == 0)
         return -1;
-    return firstCharacter(u(constStr()), 0, [set](unsigned char b) { return inSet(set, b); });
+    return firstCharacter(bytes(constStr()), 0, [set](unsigned char b) { return inSet(set, b); });
 }
 
 XO_STRING int XO_STRING_T::findOneOfRev(const T* set) const {
     if (isEmpty() || set == nullptr || *set == 0)
         return -1;
-    return lastCharacter(u(constStr()), [set](unsigned char b) { return inSet(set, b); });
+    return lastCharacter(bytes(constStr()), [set](unsigned char b) { return inSet(set, b); });
 }
 
 XO_STRING int XO_STRING_T::insert(int index, const T* text) {
@@ -402,9 +399,9 @@ XO_STRING int XO_STRING_T::replace(const T* oldText, const T* newText) {
     T* data = charsOf(*this);
     std::size_t hits = 0;
     for (const T* p = data; p < data + length;) {
-        if (const Bytes found = xo::mbcs::str(u(p), u(from.get()))) {
+        if (const Bytes found = xo::mbcs::str(bytes(p), bytes(from.get()))) {
             ++hits;
-            p = c(found) + oldLength;
+            p = chars(found) + oldLength;
         } else {
             p += std::strlen(p) + 1;
         }
@@ -428,9 +425,9 @@ XO_STRING int XO_STRING_T::replace(const T* oldText, const T* newText) {
     const T* const readEnd = read + length;
     T* write = data;
     while (read < readEnd) {
-        const Bytes found = xo::mbcs::str(u(read), u(from.get()));
+        const Bytes found = xo::mbcs::str(bytes(read), bytes(from.get()));
         const std::size_t keep =
-            found != nullptr ? std::size_t(c(found) - read) : std::strlen(read);
+            found != nullptr ? std::size_t(chars(found) - read) : std::strlen(read);
         XoPodReallocator<T>::move(write, read, keep);
         write += keep;
         read += keep;
@@ -503,7 +500,7 @@ XO_STRING XO_STRING_T& XO_STRING_T::makeLower() {
 
 XO_STRING XO_STRING_T& XO_STRING_T::makeReverse() {
     if (!isEmpty() && this->copyIfShared())
-        xo::mbcs::rev(reinterpret_cast<unsigned char*>(charsOf(*this)));
+        xo::mbcs::rev(bytes(charsOf(*this)));
     return *this;
 }
 

@@ -5,15 +5,13 @@
 
 #include "encoding/xoescapes.h"
 #include "platform/codepage.h"
+#include "platform/textunits.h"
 
 namespace {
 
-namespace os = xo::platform;
+using xo::platform::wideUnit;
 
-// One UTF-16 unit per element on every target.
-std::uint16_t unitOf(wchar_t ch) {
-    return static_cast<std::uint16_t>(ch);
-}
+namespace os = xo::platform;
 
 // "\U+XXXX" without a terminator.
 template <class Char> void writeCif(std::uint16_t unit, Char* out) {
@@ -57,7 +55,7 @@ int toRtf(Native native, const wchar_t* in, int inLen, char* out, int* outLen) {
     long long written = 0;
     int read = 0;
     for (; inLen < 0 ? in[read] != 0 : read < inLen; ++read) {
-        const std::uint16_t unit = unitOf(in[read]);
+        const std::uint16_t unit = wideUnit(in[read]);
         char bytes[2];
         const int nativeSize = native(wchar_t(unit), bytes);
         const int size = nativeSize != 0 ? nativeSize : unit < 1000 ? 6 : unit < 10000 ? 7 : 8;
@@ -200,7 +198,7 @@ unsigned int PnCharFormatter::wcharToAnsiOrUtf8(wchar_t ch, char* out, unsigned 
                                                 bool useCIF, bool expandLF) {
     if (room < 2)
         return 0;
-    const std::uint16_t unit = unitOf(ch);
+    const std::uint16_t unit = wideUnit(ch);
     if (unit > 0x7F) {
         const wchar_t wide = wchar_t(unit);
         if (!ansi) {
@@ -230,7 +228,7 @@ unsigned int PnCharFormatter::wcharToUtf16(wchar_t ch, char* out, unsigned int r
                                            bool littleEndian, bool expandLF) {
     if (room < 2)
         return 0;
-    const std::uint16_t unit = unitOf(ch);
+    const std::uint16_t unit = wideUnit(ch);
     unsigned int n = 0;
     auto put = [&](std::uint16_t u) {
         out[n + (littleEndian ? 0 : 1)] = char(u & 0xFF);
@@ -317,7 +315,7 @@ unsigned char PnCharFormatter::MIFIndexFromCodePageId(code_page_id id) {
 }
 
 int PnCharFormatter::isNativeToCodePage(wchar_t ch, unsigned int winCp, char* out, int) {
-    const std::uint16_t unit = unitOf(ch);
+    const std::uint16_t unit = wideUnit(ch);
     if (unit <= 0x7F) {
         if (out)
             out[0] = char(unit);
@@ -380,7 +378,7 @@ int PnCharFormatter::wcharNonNativeToCIF(const wchar_t* in, wchar_t* out, std::s
         if (limit - written < 8)
             break; // the escape and the terminator
         if (out)
-            writeCif(unitOf(*p), out + written);
+            writeCif(wideUnit(*p), out + written);
         written += 7;
     }
     if (out)

@@ -12,7 +12,6 @@ namespace {
 constexpr std::uint32_t kSpanKind = 0xFFFF;
 constexpr std::size_t kMinSlot = 64;
 constexpr std::size_t kMaxSlot = 0x8000;
-constexpr std::size_t kPage = 4096;
 // Far beyond any address space, yet small enough that rounding cannot overflow.
 constexpr std::size_t kMaxRequest = ~std::size_t{0} >> 2;
 
@@ -128,7 +127,8 @@ void* XoPrivateHeap::carveSlot(int slotClass) {
 
 void* XoPrivateHeap::allocateSpan(std::size_t size) {
     const std::size_t head = sizeof(SpanLink) + sizeof(BlockHeader);
-    const std::size_t reserved = (head + size + kPage - 1) & ~(kPage - 1);
+    const std::size_t reserved =
+        (head + size + platform::kPageSize - 1) & ~(platform::kPageSize - 1);
     void* base = reserveCommitted(reserved);
     if (base == nullptr)
         return nullptr;

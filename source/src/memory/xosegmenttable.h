@@ -4,6 +4,7 @@
 #pragma once
 
 #include "XoLock.h"
+#include "platform/virtualmemory.h"
 
 #include <atomic>
 #include <cstddef>
@@ -12,7 +13,7 @@
 namespace xo {
 
 constexpr std::size_t kSegmentSize = 0x100000;
-constexpr std::size_t kPageSize = 0x1000;
+using platform::kPageSize;
 constexpr int kSegmentCount = 32768;
 
 inline std::uintptr_t addressOf(const void* p) {

@@ -1,8 +1,11 @@
 #include "XoWildcard.h"
+#include "platform/textunits.h"
 
 #include <cstddef>
 
 namespace {
+
+using xo::platform::wideUnit;
 
 // The application's normal-result and error-result codes.
 constexpr int kMatched = 5100;
@@ -10,14 +13,9 @@ constexpr int kNotMatched = -5001;
 
 constexpr std::size_t kListLimit = 2048;
 
-// One UTF-16 unit per element, whatever the width of wchar_t.
-unsigned unit(wchar_t c) {
-    return static_cast<unsigned>(c) & 0xFFFFu;
-}
-
 int length(const wchar_t* s) {
     int n = 0;
-    while (unit(s[n]) != 0)
+    while (wideUnit(s[n]) != 0)
         ++n;
     return n;
 }
@@ -44,7 +42,7 @@ struct Splitter {
 
     void start(const wchar_t* patterns) {
         std::size_t n = 0;
-        for (; n < kListLimit && unit(patterns[n]) != 0; ++n)
+        for (; n < kListLimit && wideUnit(patterns[n]) != 0; ++n)
             items[n] = patterns[n];
         items[n] = 0;
         next = items;
@@ -55,15 +53,15 @@ struct Splitter {
     wchar_t* take() {
         if (next == nullptr)
             return nullptr;
-        while (unit(*next) == ',')
+        while (wideUnit(*next) == ',')
             ++next;
         wchar_t* item = next;
-        for (wchar_t* p = item + (unit(*item) != 0 ? 1 : 0);; ++p) {
-            if (unit(*p) == 0) {
+        for (wchar_t* p = item + (wideUnit(*item) != 0 ? 1 : 0);; ++p) {
+            if (wideUnit(*p) == 0) {
                 next = nullptr;
                 return item;
             }
-            if (unit(*p) == ',' && unit(p[-1]) != '`') {
+            if (wideUnit(*p) == ',' && wideUnit(p[-1]) != '`') {
                 *p = 0;
                 next = p + 1;
                 return item;
@@ -76,7 +74,7 @@ Splitter s_splitter;
 
 bool onlyStars(const wchar_t* item, int from, int to) {
     for (int k = from; k < to; ++k)
-        if (unit(item[k]) != '*')
+        if (wideUnit(item[k]) != '*')
             return false;
     return true;
 }
@@ -86,10 +84,10 @@ bool onlyStars(const wchar_t* item, int from, int to) {
 // neighbours themselves match as members.
 bool inList(const wchar_t* item, int first, int last, unsigned t) {
     for (int k = first; k <= last; ++k) {
-        const unsigned member = unit(item[k]);
+        const unsigned member = wideUnit(item[k]);
         if (member == '-' && k != first && k != last) {
-            const unsigned a = unit(item[k - 1]);
-            const unsigned b = unit(item[k + 1]);
+            const unsigned a = wideUnit(item[k - 1]);
+            const unsigned b = wideUnit(item[k + 1]);
             if ((a < t && t < b) || (b < t && t < a))
                 return true;
         } else if (member == t) {
@@ -142,12 +140,12 @@ ItemOutcome matchItem(const wchar_t* text, int n, const wchar_t* item, int& star
 
     while (i < n) {
         if (j == 0) {
-            negated = unit(item[0]) == '~';
+            negated = wideUnit(item[0]) == '~';
             if (negated)
                 j = 1;
         }
-        const unsigned t = unit(text[i]);
-        const unsigned c = unit(item[j]);
+        const unsigned t = wideUnit(text[i]);
+        const unsigned c = wideUnit(item[j]);
         switch (c) {
         case '*':
             if (m == 1) {
@@ -175,11 +173,11 @@ ItemOutcome matchItem(const wchar_t* text, int n, const wchar_t* item, int& star
         }
         case '[': {
             int k = j + 1;
-            if (k < m && unit(item[k]) == '~')
+            if (k < m && wideUnit(item[k]) == '~')
                 ++k;
-            if (k < m && unit(item[k]) == ']') // first in the list: a member
+            if (k < m && wideUnit(item[k]) == ']') // first in the list: a member
                 ++k;
-            while (k < m && unit(item[k]) != ']')
+            while (k < m && wideUnit(item[k]) != ']')
                 ++k;
             if (k >= m) { // no `]`, or the `[` is last
                 failed = true;
@@ -193,7 +191,7 @@ ItemOutcome matchItem(const wchar_t* text, int n, const wchar_t* item, int& star
         case '`':
             if (++j >= m) {
                 failed = true;
-            } else if (unit(item[j]) == t) {
+            } else if (wideUnit(item[j]) == t) {
                 hit();
             } else if (star) {
                 ++i;
@@ -207,7 +205,7 @@ ItemOutcome matchItem(const wchar_t* text, int n, const wchar_t* item, int& star
             break;
         default:
             if (c == ']' && j == listClose) {
-                const bool negatedList = unit(item[listOpen + 1]) == '~';
+                const bool negatedList = wideUnit(item[listOpen + 1]) == '~';
                 const int first = listOpen + 1 + (negatedList ? 1 : 0);
                 if (inList(item, first, listClose - 1, t) != negatedList)
                     hit();

@@ -1,10 +1,14 @@
 // Address space and pages, for the allocator's fixed-address segments and the memory
-// manager's regions. Sizes are multiples of the page size (4096).
+// manager's regions. Sizes are multiples of the page size.
 #pragma once
 
 #include <cstddef>
 
 namespace xo::platform {
+
+// The page of both targets (x86-64): the unit of commits, of the pools' page classes and
+// of the page-by-page reads that ask first whether memory can be read.
+constexpr std::size_t kPageSize = 4096;
 
 // Reserves exactly [address, address + size) with no access, never replacing anything
 // already there; false when any of it is taken.

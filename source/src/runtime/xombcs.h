@@ -9,6 +9,20 @@
 
 namespace xo::mbcs {
 
+// The walks take bytes and the library's text is char: the one place that casts.
+inline unsigned char* bytes(char* s) {
+    return reinterpret_cast<unsigned char*>(s);
+}
+inline const unsigned char* bytes(const char* s) {
+    return reinterpret_cast<const unsigned char*>(s);
+}
+inline char* chars(unsigned char* s) {
+    return reinterpret_cast<char*>(s);
+}
+inline const char* chars(const unsigned char* s) {
+    return reinterpret_cast<const char*>(s);
+}
+
 // Whether byte b is a lead byte of the current multibyte code page.
 bool isLeadByte(unsigned char b);
 

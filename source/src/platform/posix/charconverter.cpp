@@ -3,6 +3,7 @@
 #include "platform/codepage.h"
 #include "platform/codepages/codepageengine.h"
 #include "platform/posix/localefacts.h"
+#include "platform/textunits.h"
 
 namespace xo::platform {
 
@@ -16,10 +17,7 @@ int CharConverter::decodeOther(const char* src, int srcLen, char16_t* unit, bool
         *invalid = true;
         return 1;
     }
-    const int length = std::uint8_t(src[0]) < 0xC0   ? 1
-                       : std::uint8_t(src[0]) < 0xE0 ? 2
-                       : std::uint8_t(src[0]) < 0xF0 ? 3
-                                                     : 4;
+    const int length = utf8AnnouncedLength(std::uint8_t(src[0]));
     const int taken = length < srcLen ? length : srcLen;
     wchar_t units[8];
     const int n = codepages::multiByteToWideChar(kCpUtf8, 0, src, taken, units, 8).count;

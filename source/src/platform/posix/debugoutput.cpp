@@ -1,4 +1,5 @@
 #include "platform/debugoutput.h"
+#include "platform/textunits.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -34,9 +35,9 @@ void appendUtf8(std::string& out, std::uint32_t c) {
 std::string utf16ToUtf8(const wchar_t* text) {
     std::string out;
     for (const wchar_t* p = text; *p; ++p) {
-        std::uint32_t c = static_cast<std::uint32_t>(*p) & 0xFFFF;
+        std::uint32_t c = wideUnit(*p);
         if (c >= 0xD800 && c < 0xDC00) {
-            const std::uint32_t low = static_cast<std::uint32_t>(p[1]) & 0xFFFF;
+            const std::uint32_t low = wideUnit(p[1]);
             if (low >= 0xDC00 && low < 0xE000) {
                 c = 0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00);
                 ++p;

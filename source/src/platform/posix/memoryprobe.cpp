@@ -1,4 +1,5 @@
 #include "platform/memoryprobe.h"
+#include "platform/virtualmemory.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -11,7 +12,7 @@ namespace xo::platform {
 
 namespace {
 
-constexpr std::uintptr_t kPage = 4096;
+constexpr std::uintptr_t kPage = kPageSize;
 
 // The kernel reads what is written to a pipe from the writer's memory and answers EFAULT,
 // instead of raising a signal, when it cannot. Bytes written are thrown away: the ends

@@ -1,4 +1,5 @@
 #include "platform/charconverter.h"
+#include "platform/textunits.h"
 
 #include <windows.h>
 
@@ -15,7 +16,7 @@ int CharConverter::decodeOne(const char* src, int srcLen, char16_t* unit, bool* 
     int taken = 1;
     if (codePage_ == CP_UTF8) {
         const unsigned lead = std::uint8_t(src[0]);
-        const int length = lead < 0xC0 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+        const int length = xo::platform::utf8AnnouncedLength(std::uint8_t(lead));
         taken = length < srcLen ? length : srcLen;
     } else if (srcLen > 1 && ::IsDBCSLeadByteEx(codePage_, BYTE(src[0]))) {
         wchar_t pair[2];
