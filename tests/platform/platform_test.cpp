@@ -1,7 +1,9 @@
+#include "XoMemory.h"
 #include "platform/debugoutput.h"
 #include "platform/error.h"
 #include "platform/memoryprobe.h"
 #include "platform/thread.h"
+#include "platform/threadslot.h"
 #include "platform/version.h"
 #include "platform/virtualmemory.h"
 
@@ -9,8 +11,10 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <set>
 #include <thread>
+#include <vector>
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -78,7 +82,7 @@ TEST(PlatformVersion, LoadTimeWordIsTheSystemsAndCanBeReplacedForTests) {
 // Two pages: the first readable, the second reserved without access.
 class HalfReadablePages : public ::testing::Test {
 protected:
-    static constexpr std::size_t kPage = 4096;
+    static constexpr std::size_t kPage = xo::platform::kPageSize;
     void SetUp() override {
         pages_ = static_cast<char*>(xo::platform::reserveAligned(2 * kPage, 65536));
         ASSERT_NE(pages_, nullptr);
@@ -104,6 +108,79 @@ TEST_F(HalfReadablePages, ManyProbesNeverBlock) {
     // POSIX probes fill a pipe that must be emptied on the way (64 KiB by default).
     for (int i = 0; i < 70000; ++i)
         ASSERT_FALSE(xo::platform::isBadReadPtr(pages_ + (i % kPage), 1));
+}
+
+TEST_F(HalfReadablePages, ReservingOverAMappingFailsAndLeavesItAlone) {
+    pages_[0] = 'x';
+    EXPECT_FALSE(xo::platform::reserveAt(pages_, kPage)) << "the readable page is taken";
+    EXPECT_FALSE(xo::platform::reserveAt(pages_ + kPage, kPage)) << "so is the reserved one";
+    EXPECT_EQ(pages_[0], 'x');
+    EXPECT_FALSE(xo::platform::isBadReadPtr(pages_, kPage));
+}
+
+TEST_F(HalfReadablePages, DecommittedPagesGoBackAndReturnZeroed) {
+    std::memset(pages_, 0x5A, kPage);
+    xo::platform::decommit(pages_, kPage);
+    EXPECT_TRUE(xo::platform::isBadReadPtr(pages_, 1)) << "no access once given back";
+    ASSERT_TRUE(xo::platform::commit(pages_, 2 * kPage));
+    for (std::size_t i = 0; i < 2 * kPage; ++i)
+        ASSERT_EQ(pages_[i], 0) << "at " << i;
+}
+
+TEST(PlatformVirtualMemory, ReserveAtAFreeAddressTakesExactlyIt) {
+    const std::size_t size = 16 * xo::platform::kPageSize;
+    char* probe = static_cast<char*>(xo::platform::reserveAligned(size, 65536));
+    ASSERT_NE(probe, nullptr);
+    xo::platform::release(probe, size);
+    ASSERT_TRUE(xo::platform::reserveAt(probe, size)) << "the range was just freed";
+    EXPECT_TRUE(xo::platform::isBadReadPtr(probe, 1)) << "reserved without access";
+    ASSERT_TRUE(xo::platform::commit(probe + size - xo::platform::kPageSize, 1));
+    probe[size - 1] = 1;
+    xo::platform::release(probe, size);
+}
+
+// The thread slot belongs to the allocator's caches; the tests borrow its exit call for
+// threads that never allocate through the library.
+class ThreadSlotExits : public ::testing::Test {
+protected:
+    void SetUp() override {
+        _xoFree(_xoMalloc(16)); // the allocator opens the slot on first use
+        s_seen.clear();
+        previous_ = xo::platform::replaceThreadSlotExitForTests(record);
+    }
+    void TearDown() override { xo::platform::replaceThreadSlotExitForTests(previous_); }
+    static void record(void* value) { s_seen.push_back(value); }
+    static std::vector<void*> s_seen;
+    xo::platform::ThreadSlotExit previous_ = nullptr;
+};
+std::vector<void*> ThreadSlotExits::s_seen;
+
+TEST_F(ThreadSlotExits, ExitingThreadHandsBackItsLastValueOnly) {
+    int first = 0;
+    int last = 0;
+    void* const mainValue = xo::platform::threadSlot();
+    struct Case {
+        std::vector<void*> sets;
+        std::vector<void*> expected;
+    };
+    const Case cases[] = {
+        {{&first}, {&first}},
+        {{&first, &last}, {&last}},
+        {{&first, nullptr}, {}},
+        {{}, {}},
+    };
+    for (const Case& c : cases) {
+        s_seen.clear();
+        void* readBack = &first;
+        std::thread([&] {
+            for (void* value : c.sets)
+                xo::platform::setThreadSlot(value);
+            readBack = xo::platform::threadSlot();
+        }).join();
+        EXPECT_EQ(readBack, c.sets.empty() ? nullptr : c.sets.back());
+        EXPECT_EQ(s_seen, c.expected) << c.sets.size() << " values set";
+    }
+    EXPECT_EQ(xo::platform::threadSlot(), mainValue) << "each thread has its own value";
 }
 
 } // namespace

@@ -20,6 +20,10 @@ void closeThreadSlot();
 // last value it set, unless that is null.
 void setThreadSlot(void* value);
 
+// Replaces the exit function and returns the one before; only tests use it, to watch
+// the exit calls of threads that never allocate through the library.
+ThreadSlotExit replaceThreadSlotExitForTests(ThreadSlotExit atExit);
+
 #if defined(_WIN32)
 void* threadSlot();
 #else

@@ -30,6 +30,12 @@ bool openThreadSlot(ThreadSlotExit atExit) {
 // running hand their values back when they exit.
 void closeThreadSlot() {}
 
+ThreadSlotExit replaceThreadSlotExitForTests(ThreadSlotExit atExit) {
+    const ThreadSlotExit previous = g_atExit;
+    g_atExit = atExit;
+    return previous;
+}
+
 void setThreadSlot(void* value) {
     if (!g_open)
         return;

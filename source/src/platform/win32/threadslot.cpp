@@ -45,6 +45,12 @@ void closeThreadSlot() {
         ::TlsFree(tls);
 }
 
+ThreadSlotExit replaceThreadSlotExitForTests(ThreadSlotExit atExit) {
+    const ThreadSlotExit previous = g_atExit;
+    g_atExit = atExit;
+    return previous;
+}
+
 void setThreadSlot(void* value) {
     if (g_tls == TLS_OUT_OF_INDEXES)
         return;
