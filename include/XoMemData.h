@@ -272,16 +272,16 @@ template <class T, class H, class A> H* resizeBlock(H* own, std::size_t count, s
 
 } // namespace xo::memdata
 
-#define XO_MEMDATA template <class T, class H, class A, class R>
-#define XO_MEMDATA_T XoMemData<T, H, A, R>
+template <class T, class H, class A, class R>
+H XoMemData<T, H, A, R>::s_emptyHeader = {1, 0, 0, 8, 0};
 
-XO_MEMDATA H XO_MEMDATA_T::s_emptyHeader = {1, 0, 0, 8, 0};
-
-XO_MEMDATA XO_MEMDATA_T::XoMemData() : m_pData(getDataPtr(&s_emptyHeader)) {
+template <class T, class H, class A, class R>
+XoMemData<T, H, A, R>::XoMemData() : m_pData(getDataPtr(&s_emptyHeader)) {
     addRef();
 }
 
-XO_MEMDATA XO_MEMDATA_T::XoMemData(const XoMemData& other) : m_pData(other.m_pData) {
+template <class T, class H, class A, class R>
+XoMemData<T, H, A, R>::XoMemData(const XoMemData& other) : m_pData(other.m_pData) {
     if (!other.isLocked()) {
         addRef();
         return;
@@ -291,28 +291,31 @@ XO_MEMDATA XO_MEMDATA_T::XoMemData(const XoMemData& other) : m_pData(other.m_pDa
     assign(other);
 }
 
-XO_MEMDATA XO_MEMDATA_T::XoMemData(const T* elements, std::size_t n)
+template <class T, class H, class A, class R>
+XoMemData<T, H, A, R>::XoMemData(const T* elements, std::size_t n)
     : m_pData(getDataPtr(&s_emptyHeader)) {
     addRef();
     assign(elements, n);
 }
 
-XO_MEMDATA XO_MEMDATA_T::XoMemData(const T& element, std::size_t n)
+template <class T, class H, class A, class R>
+XoMemData<T, H, A, R>::XoMemData(const T& element, std::size_t n)
     : m_pData(getDataPtr(&s_emptyHeader)) {
     addRef();
     assign(element, n);
 }
 
-XO_MEMDATA XO_MEMDATA_T::~XoMemData() {
+template <class T, class H, class A, class R> XoMemData<T, H, A, R>::~XoMemData() {
     release();
 }
 
-XO_MEMDATA XO_MEMDATA_T& XO_MEMDATA_T::operator=(const XoMemData& other) {
+template <class T, class H, class A, class R>
+XoMemData<T, H, A, R>& XoMemData<T, H, A, R>::operator=(const XoMemData& other) {
     assign(other);
     return *this;
 }
 
-XO_MEMDATA void XO_MEMDATA_T::assign(H* fresh) {
+template <class T, class H, class A, class R> void XoMemData<T, H, A, R>::assign(H* fresh) {
     if (fresh == header())
         return;
     fresh->m_nRefs.fetch_add(1, std::memory_order_relaxed);
@@ -320,7 +323,8 @@ XO_MEMDATA void XO_MEMDATA_T::assign(H* fresh) {
     m_pData = getDataPtr(fresh);
 }
 
-XO_MEMDATA void XO_MEMDATA_T::assign(const XoMemData& other) {
+template <class T, class H, class A, class R>
+void XoMemData<T, H, A, R>::assign(const XoMemData& other) {
     if (!other.isLocked()) {
         assign(other.header());
         return;
@@ -330,17 +334,19 @@ XO_MEMDATA void XO_MEMDATA_T::assign(const XoMemData& other) {
         assign(copy);
 }
 
-XO_MEMDATA void XO_MEMDATA_T::assign(const T* elements, std::size_t n) {
+template <class T, class H, class A, class R>
+void XoMemData<T, H, A, R>::assign(const T* elements, std::size_t n) {
     if (copyBeforeWrite(n))
         R::copy(m_pData, elements, n);
 }
 
-XO_MEMDATA void XO_MEMDATA_T::assign(const T& element, std::size_t n) {
+template <class T, class H, class A, class R>
+void XoMemData<T, H, A, R>::assign(const T& element, std::size_t n) {
     if (copyBeforeWrite(n))
         R::fill(m_pData, element, n);
 }
 
-XO_MEMDATA void XO_MEMDATA_T::release() {
+template <class T, class H, class A, class R> void XoMemData<T, H, A, R>::release() {
     H* own = header();
     const std::int32_t refs = own->m_nRefs.load(std::memory_order_acquire);
     if (refs == -1)
@@ -355,40 +361,42 @@ XO_MEMDATA void XO_MEMDATA_T::release() {
     }
 }
 
-XO_MEMDATA void XO_MEMDATA_T::addRef() {
+template <class T, class H, class A, class R> void XoMemData<T, H, A, R>::addRef() {
     header()->m_nRefs.fetch_add(1, std::memory_order_relaxed);
 }
 
-XO_MEMDATA bool XO_MEMDATA_T::isShared() const {
+template <class T, class H, class A, class R> bool XoMemData<T, H, A, R>::isShared() const {
     return header()->m_nRefs.load(std::memory_order_acquire) > 1;
 }
 
-XO_MEMDATA bool XO_MEMDATA_T::isLocked() const {
+template <class T, class H, class A, class R> bool XoMemData<T, H, A, R>::isLocked() const {
     return header()->m_nRefs.load(std::memory_order_acquire) == -1;
 }
 
-XO_MEMDATA bool XO_MEMDATA_T::isEmptyData() const {
+template <class T, class H, class A, class R> bool XoMemData<T, H, A, R>::isEmptyData() const {
     return header() == &s_emptyHeader;
 }
 
-XO_MEMDATA std::size_t XO_MEMDATA_T::count() const {
+template <class T, class H, class A, class R> std::size_t XoMemData<T, H, A, R>::count() const {
     return header()->m_nCount;
 }
 
-XO_MEMDATA std::size_t XO_MEMDATA_T::allocCount() const {
+template <class T, class H, class A, class R>
+std::size_t XoMemData<T, H, A, R>::allocCount() const {
     return header()->m_nAllocCount;
 }
 
-XO_MEMDATA std::size_t XO_MEMDATA_T::growth() const {
+template <class T, class H, class A, class R> std::size_t XoMemData<T, H, A, R>::growth() const {
     return header()->m_nGrowth;
 }
 
-XO_MEMDATA void XO_MEMDATA_T::setCount(std::size_t n) {
+template <class T, class H, class A, class R> void XoMemData<T, H, A, R>::setCount(std::size_t n) {
     if (n != count())
         copyBeforeWrite(n);
 }
 
-XO_MEMDATA void XO_MEMDATA_T::setAllocCount(std::size_t n) {
+template <class T, class H, class A, class R>
+void XoMemData<T, H, A, R>::setAllocCount(std::size_t n) {
     if (n == 0) {
         if (count() != 0)
             setEmpty();
@@ -397,98 +405,105 @@ XO_MEMDATA void XO_MEMDATA_T::setAllocCount(std::size_t n) {
     }
 }
 
-XO_MEMDATA void XO_MEMDATA_T::setGrowth(std::size_t n) {
+template <class T, class H, class A, class R> void XoMemData<T, H, A, R>::setGrowth(std::size_t n) {
     header()->m_nGrowth = n;
 }
 
-XO_MEMDATA bool XO_MEMDATA_T::isEmpty() const {
+template <class T, class H, class A, class R> bool XoMemData<T, H, A, R>::isEmpty() const {
     return count() == 0;
 }
 
-XO_MEMDATA void XO_MEMDATA_T::setEmpty() {
+template <class T, class H, class A, class R> void XoMemData<T, H, A, R>::setEmpty() {
     assign(&s_emptyHeader);
 }
 
-XO_MEMDATA bool XO_MEMDATA_T::isValidIndex(std::size_t index) const {
+template <class T, class H, class A, class R>
+bool XoMemData<T, H, A, R>::isValidIndex(std::size_t index) const {
     return index < allocCount();
 }
 
-XO_MEMDATA const T* XO_MEMDATA_T::rawData() const {
+template <class T, class H, class A, class R> const T* XoMemData<T, H, A, R>::rawData() const {
     return count() == 0 ? nullptr : m_pData;
 }
 
-XO_MEMDATA const T* XO_MEMDATA_T::begin() const {
+template <class T, class H, class A, class R> const T* XoMemData<T, H, A, R>::begin() const {
     return rawData();
 }
 
-XO_MEMDATA const T* XO_MEMDATA_T::end() const {
+template <class T, class H, class A, class R> const T* XoMemData<T, H, A, R>::end() const {
     return count() == 0 ? nullptr : m_pData + count();
 }
 
-XO_MEMDATA const T& XO_MEMDATA_T::back() const {
+template <class T, class H, class A, class R> const T& XoMemData<T, H, A, R>::back() const {
     return m_pData[count() - 1];
 }
 
-XO_MEMDATA const T& XO_MEMDATA_T::operator[](std::size_t index) const {
+template <class T, class H, class A, class R>
+const T& XoMemData<T, H, A, R>::operator[](std::size_t index) const {
     return m_pData[index];
 }
 
-XO_MEMDATA const T& XO_MEMDATA_T::at(std::size_t index) const {
+template <class T, class H, class A, class R>
+const T& XoMemData<T, H, A, R>::at(std::size_t index) const {
     return m_pData[index];
 }
 
-XO_MEMDATA T* XO_MEMDATA_T::rawData() {
+template <class T, class H, class A, class R> T* XoMemData<T, H, A, R>::rawData() {
     if (count() == 0)
         return nullptr;
     copyIfShared();
     return m_pData;
 }
 
-XO_MEMDATA T* XO_MEMDATA_T::begin() {
+template <class T, class H, class A, class R> T* XoMemData<T, H, A, R>::begin() {
     return rawData();
 }
 
-XO_MEMDATA T* XO_MEMDATA_T::end() {
+template <class T, class H, class A, class R> T* XoMemData<T, H, A, R>::end() {
     copyIfShared();
     return count() == 0 ? nullptr : m_pData + count();
 }
 
-XO_MEMDATA T& XO_MEMDATA_T::front() {
+template <class T, class H, class A, class R> T& XoMemData<T, H, A, R>::front() {
     copyIfShared();
     return m_pData[0];
 }
 
-XO_MEMDATA T& XO_MEMDATA_T::back() {
+template <class T, class H, class A, class R> T& XoMemData<T, H, A, R>::back() {
     copyIfShared();
     return m_pData[count() - 1];
 }
 
-XO_MEMDATA T& XO_MEMDATA_T::operator[](std::size_t index) {
+template <class T, class H, class A, class R>
+T& XoMemData<T, H, A, R>::operator[](std::size_t index) {
     copyIfShared();
     return m_pData[index];
 }
 
-XO_MEMDATA T& XO_MEMDATA_T::at(std::size_t index) {
+template <class T, class H, class A, class R> T& XoMemData<T, H, A, R>::at(std::size_t index) {
     return operator[](index);
 }
 
-XO_MEMDATA void XO_MEMDATA_T::setAt(std::size_t index, const T& element) {
+template <class T, class H, class A, class R>
+void XoMemData<T, H, A, R>::setAt(std::size_t index, const T& element) {
     if (copyIfShared())
         m_pData[index] = element;
 }
 
-XO_MEMDATA void XO_MEMDATA_T::setAt(std::size_t index, const T* elements, std::size_t n) {
+template <class T, class H, class A, class R>
+void XoMemData<T, H, A, R>::setAt(std::size_t index, const T* elements, std::size_t n) {
     (void)index;
     if (copyIfShared())
         R::copy(m_pData, elements, n);
 }
 
-XO_MEMDATA void XO_MEMDATA_T::setAll(const T& element) {
+template <class T, class H, class A, class R> void XoMemData<T, H, A, R>::setAll(const T& element) {
     if (copyBeforeWrite(count()))
         R::fill(m_pData, element, count());
 }
 
-XO_MEMDATA void XO_MEMDATA_T::append(const XoMemData& other) {
+template <class T, class H, class A, class R>
+void XoMemData<T, H, A, R>::append(const XoMemData& other) {
     if (count() == 0) {
         assign(other);
         return;
@@ -503,13 +518,15 @@ XO_MEMDATA void XO_MEMDATA_T::append(const XoMemData& other) {
         R::copy(m_pData + old, other.m_pData, theirs);
 }
 
-XO_MEMDATA void XO_MEMDATA_T::append(const T* elements, std::size_t n) {
+template <class T, class H, class A, class R>
+void XoMemData<T, H, A, R>::append(const T* elements, std::size_t n) {
     const std::size_t old = count();
     if (copyBeforeWrite(old + n))
         R::copy(m_pData + old, elements, n);
 }
 
-XO_MEMDATA XOOSBASE_CLIENT_INLINE void XO_MEMDATA_T::append(const T& element, std::size_t n) {
+template <class T, class H, class A, class R>
+XOOSBASE_CLIENT_INLINE void XoMemData<T, H, A, R>::append(const T& element, std::size_t n) {
     // One element into a block of its own with room to spare, the usual case by far:
     // what copyBeforeWrite does then, without its other cases.
     H* own = reinterpret_cast<H*>(m_pData) - 1; // not header(): a call in a client
@@ -525,7 +542,8 @@ XO_MEMDATA XOOSBASE_CLIENT_INLINE void XO_MEMDATA_T::append(const T& element, st
     xo::memdata::appendFilled<T, H, A, R>(*this, element, n);
 }
 
-XO_MEMDATA std::size_t XO_MEMDATA_T::allocAt(std::size_t index, std::size_t n) {
+template <class T, class H, class A, class R>
+std::size_t XoMemData<T, H, A, R>::allocAt(std::size_t index, std::size_t n) {
     const std::size_t old = count();
     if (n == 0 || !copyBeforeWrite(old + n))
         return count();
@@ -534,19 +552,22 @@ XO_MEMDATA std::size_t XO_MEMDATA_T::allocAt(std::size_t index, std::size_t n) {
     return count();
 }
 
-XO_MEMDATA void XO_MEMDATA_T::insertAt(std::size_t index, const T* elements, std::size_t n) {
+template <class T, class H, class A, class R>
+void XoMemData<T, H, A, R>::insertAt(std::size_t index, const T* elements, std::size_t n) {
     const std::size_t old = count();
     if (index <= old && allocAt(index, n) == old + n)
         R::copy(m_pData + index, elements, n);
 }
 
-XO_MEMDATA void XO_MEMDATA_T::insertAt(std::size_t index, const T& element, std::size_t n) {
+template <class T, class H, class A, class R>
+void XoMemData<T, H, A, R>::insertAt(std::size_t index, const T& element, std::size_t n) {
     const std::size_t old = count();
     if (index <= old && allocAt(index, n) == old + n)
         R::fill(m_pData + index, element, n);
 }
 
-XO_MEMDATA void XO_MEMDATA_T::removeAt(std::size_t index, std::size_t n) {
+template <class T, class H, class A, class R>
+void XoMemData<T, H, A, R>::removeAt(std::size_t index, std::size_t n) {
     if (n == 0 || !copyIfShared())
         return;
     const std::size_t old = count();
@@ -555,8 +576,8 @@ XO_MEMDATA void XO_MEMDATA_T::removeAt(std::size_t index, std::size_t n) {
     header()->m_nCount = old - n;
 }
 
-XO_MEMDATA bool XO_MEMDATA_T::find(const T& element, std::size_t& position,
-                                   std::size_t start) const {
+template <class T, class H, class A, class R>
+bool XoMemData<T, H, A, R>::find(const T& element, std::size_t& position, std::size_t start) const {
     const std::size_t n = count();
     for (std::size_t i = start; i < n; ++i)
         if (m_pData[i] == element) {
@@ -566,7 +587,8 @@ XO_MEMDATA bool XO_MEMDATA_T::find(const T& element, std::size_t& position,
     return false;
 }
 
-XO_MEMDATA bool XO_MEMDATA_T::findRev(const T& element, std::size_t& position) const {
+template <class T, class H, class A, class R>
+bool XoMemData<T, H, A, R>::findRev(const T& element, std::size_t& position) const {
     for (std::size_t i = count(); i-- > 0;)
         if (m_pData[i] == element) {
             position = i;
@@ -575,35 +597,38 @@ XO_MEMDATA bool XO_MEMDATA_T::findRev(const T& element, std::size_t& position) c
     return false;
 }
 
-XO_MEMDATA bool XO_MEMDATA_T::operator==(const XoMemData& other) const {
+template <class T, class H, class A, class R>
+bool XoMemData<T, H, A, R>::operator==(const XoMemData& other) const {
     const std::size_t n = count();
     return n == other.count() &&
            (n == 0 || std::memcmp(m_pData, other.m_pData, n * sizeof(T)) == 0);
 }
 
-XO_MEMDATA T* XO_MEMDATA_T::getBuffer(std::size_t n) {
+template <class T, class H, class A, class R> T* XoMemData<T, H, A, R>::getBuffer(std::size_t n) {
     if (n == 0)
         n = count();
     return copyBeforeWrite(n) ? m_pData : nullptr;
 }
 
-XO_MEMDATA void XO_MEMDATA_T::releaseBuffer(std::size_t n) {
+template <class T, class H, class A, class R>
+void XoMemData<T, H, A, R>::releaseBuffer(std::size_t n) {
     header()->m_nCount = n;
 }
 
-XO_MEMDATA T* XO_MEMDATA_T::lockBuffer() {
+template <class T, class H, class A, class R> T* XoMemData<T, H, A, R>::lockBuffer() {
     if (!copyBeforeWrite(count()))
         return nullptr;
     header()->m_nRefs.store(-1, std::memory_order_release);
     return m_pData;
 }
 
-XO_MEMDATA void XO_MEMDATA_T::unlockBuffer() {
+template <class T, class H, class A, class R> void XoMemData<T, H, A, R>::unlockBuffer() {
     std::int32_t locked = -1;
     header()->m_nRefs.compare_exchange_strong(locked, 1, std::memory_order_acq_rel);
 }
 
-XO_MEMDATA bool XO_MEMDATA_T::copyBeforeWrite(std::size_t n) {
+template <class T, class H, class A, class R>
+bool XoMemData<T, H, A, R>::copyBeforeWrite(std::size_t n) {
     const std::size_t quantum = growth();
     if (isShared()) {
         const std::size_t step = quantum == 0 ? 1 : quantum;
@@ -625,7 +650,7 @@ XO_MEMDATA bool XO_MEMDATA_T::copyBeforeWrite(std::size_t n) {
     return true;
 }
 
-XO_MEMDATA bool XO_MEMDATA_T::grow(std::size_t k) {
+template <class T, class H, class A, class R> bool XoMemData<T, H, A, R>::grow(std::size_t k) {
     const std::size_t room = allocCount();
     if (k == 0 || count() + k <= room)
         return false;
@@ -634,11 +659,12 @@ XO_MEMDATA bool XO_MEMDATA_T::grow(std::size_t k) {
     return reallocData(count(), room + (doubling > least ? doubling : least));
 }
 
-XO_MEMDATA bool XO_MEMDATA_T::copyIfShared() {
+template <class T, class H, class A, class R> bool XoMemData<T, H, A, R>::copyIfShared() {
     return !isShared() || reallocData(count(), count());
 }
 
-XO_MEMDATA bool XO_MEMDATA_T::reallocData(std::size_t newCount, std::size_t room) {
+template <class T, class H, class A, class R>
+bool XoMemData<T, H, A, R>::reallocData(std::size_t newCount, std::size_t room) {
     if constexpr (xo::memdata::CanReallocate<A>::value) {
         // A block this value alone holds (not shared, not locked, not the empty
         // instance) ends the same way when it is resized where it lies: same fields,
@@ -659,20 +685,18 @@ XO_MEMDATA bool XO_MEMDATA_T::reallocData(std::size_t newCount, std::size_t room
     return true;
 }
 
-XO_MEMDATA H* XO_MEMDATA_T::header() const {
+template <class T, class H, class A, class R> H* XoMemData<T, H, A, R>::header() const {
     return reinterpret_cast<H*>(m_pData) - 1;
 }
 
-XO_MEMDATA T* XO_MEMDATA_T::getDataPtr(H* header) {
+template <class T, class H, class A, class R> T* XoMemData<T, H, A, R>::getDataPtr(H* header) {
     return reinterpret_cast<T*>(header + 1);
 }
 
-XO_MEMDATA std::size_t XO_MEMDATA_T::getDataSize(std::size_t n) {
+template <class T, class H, class A, class R>
+std::size_t XoMemData<T, H, A, R>::getDataSize(std::size_t n) {
     return n * sizeof(T) + sizeof(H);
 }
-
-#undef XO_MEMDATA_T
-#undef XO_MEMDATA
 
 extern template class XOOSBASE_API
     XoMemData<char, XoStrHeaderA, XoMemDataAllocator, XoPodReallocator<char>>;

@@ -349,29 +349,31 @@ private:
     XoVectorData* m_pData;
 };
 
-#define XO_VECTOR template <class T, class A, class R, class G>
-#define XO_VECTOR_T XoVector<T, A, R, G>
+template <class T, class A, class R, class G>
+XoVector<T, A, R, G>::XoVector() noexcept : m_pData(nullptr) {}
 
-XO_VECTOR XO_VECTOR_T::XoVector() noexcept : m_pData(nullptr) {}
-
-XO_VECTOR XO_VECTOR_T::XoVector(const XoVector& other) noexcept : m_pData(nullptr) {
+template <class T, class A, class R, class G>
+XoVector<T, A, R, G>::XoVector(const XoVector& other) noexcept : m_pData(nullptr) {
     attach(other.m_pData);
 }
 
-XO_VECTOR XO_VECTOR_T::XoVector(XoVector&& other) noexcept : m_pData(other.m_pData) {
+template <class T, class A, class R, class G>
+XoVector<T, A, R, G>::XoVector(XoVector&& other) noexcept : m_pData(other.m_pData) {
     other.m_pData = nullptr;
 }
 
-XO_VECTOR XO_VECTOR_T::~XoVector() {
+template <class T, class A, class R, class G> XoVector<T, A, R, G>::~XoVector() {
     detach(m_pData);
 }
 
-XO_VECTOR XO_VECTOR_T& XO_VECTOR_T::operator=(const XoVector& other) {
+template <class T, class A, class R, class G>
+XoVector<T, A, R, G>& XoVector<T, A, R, G>::operator=(const XoVector& other) {
     attach(other.m_pData);
     return *this;
 }
 
-XO_VECTOR XO_VECTOR_T& XO_VECTOR_T::operator=(XoVector&& other) noexcept {
+template <class T, class A, class R, class G>
+XoVector<T, A, R, G>& XoVector<T, A, R, G>::operator=(XoVector&& other) noexcept {
     if (this != &other) {
         detach(m_pData);
         m_pData = other.m_pData;
@@ -380,129 +382,134 @@ XO_VECTOR XO_VECTOR_T& XO_VECTOR_T::operator=(XoVector&& other) noexcept {
     return *this;
 }
 
-XO_VECTOR int XO_VECTOR_T::size() const {
+template <class T, class A, class R, class G> int XoVector<T, A, R, G>::size() const {
     return m_pData ? m_pData->m_nLogicalLength : 0;
 }
 
-XO_VECTOR bool XO_VECTOR_T::empty() const {
+template <class T, class A, class R, class G> bool XoVector<T, A, R, G>::empty() const {
     return size() == 0;
 }
 
-XO_VECTOR int XO_VECTOR_T::capacity() const {
+template <class T, class A, class R, class G> int XoVector<T, A, R, G>::capacity() const {
     return m_pData ? m_pData->m_nPhysicalLength : 0;
 }
 
-XO_VECTOR int XO_VECTOR_T::growLength() const {
+template <class T, class A, class R, class G> int XoVector<T, A, R, G>::growLength() const {
     return m_pData ? m_pData->m_nGrowLength : G::kGrowLength;
 }
 
-XO_VECTOR bool XO_VECTOR_T::isShared() const {
+template <class T, class A, class R, class G> bool XoVector<T, A, R, G>::isShared() const {
     return m_pData && R::count(m_pData->m_nRefs) > 1;
 }
 
-XO_VECTOR void XO_VECTOR_T::reserve(int n) {
+template <class T, class A, class R, class G> void XoVector<T, A, R, G>::reserve(int n) {
     if (n > capacity())
         setPhysicalLength(n);
 }
 
-XO_VECTOR void XO_VECTOR_T::clear() {
+template <class T, class A, class R, class G> void XoVector<T, A, R, G>::clear() {
     setPhysicalLength(0);
 }
 
 // Nothing moves on the short path, so the element may well live in this block.
-XO_VECTOR XOOSBASE_CLIENT_INLINE void XO_VECTOR_T::append(const T& element) {
+template <class T, class A, class R, class G>
+XOOSBASE_CLIENT_INLINE void XoVector<T, A, R, G>::append(const T& element) {
     if (!xo::vector::storeInRoom<T, A, R>(m_pData, element))
         xo::vector::appendCopy(*this, element);
 }
 
-XO_VECTOR XOOSBASE_CLIENT_INLINE void XO_VECTOR_T::push_back(const T& element) {
+template <class T, class A, class R, class G>
+XOOSBASE_CLIENT_INLINE void XoVector<T, A, R, G>::push_back(const T& element) {
     append(element);
 }
 
-XO_VECTOR const T& XO_VECTOR_T::operator[](int index) const {
+template <class T, class A, class R, class G>
+const T& XoVector<T, A, R, G>::operator[](int index) const {
     return elements()[index];
 }
 
-XO_VECTOR T& XO_VECTOR_T::operator[](int index) {
+template <class T, class A, class R, class G> T& XoVector<T, A, R, G>::operator[](int index) {
     return writable()[index];
 }
 
-XO_VECTOR const T& XO_VECTOR_T::front() const {
+template <class T, class A, class R, class G> const T& XoVector<T, A, R, G>::front() const {
     return elements()[0];
 }
 
-XO_VECTOR T& XO_VECTOR_T::front() {
+template <class T, class A, class R, class G> T& XoVector<T, A, R, G>::front() {
     return writable()[0];
 }
 
-XO_VECTOR const T& XO_VECTOR_T::back() const {
+template <class T, class A, class R, class G> const T& XoVector<T, A, R, G>::back() const {
     return elements()[size() - 1];
 }
 
-XO_VECTOR T& XO_VECTOR_T::back() {
+template <class T, class A, class R, class G> T& XoVector<T, A, R, G>::back() {
     return writable()[size() - 1];
 }
 
-XO_VECTOR const T& XO_VECTOR_T::at(int index) const {
+template <class T, class A, class R, class G> const T& XoVector<T, A, R, G>::at(int index) const {
     checkIndex(index);
     return elements()[index];
 }
 
-XO_VECTOR T& XO_VECTOR_T::at(int index) {
+template <class T, class A, class R, class G> T& XoVector<T, A, R, G>::at(int index) {
     checkIndex(index);
     return writable()[index];
 }
 
-XO_VECTOR const T* XO_VECTOR_T::data() const {
+template <class T, class A, class R, class G> const T* XoVector<T, A, R, G>::data() const {
     return elements();
 }
 
-XO_VECTOR T* XO_VECTOR_T::data() {
+template <class T, class A, class R, class G> T* XoVector<T, A, R, G>::data() {
     return writable();
 }
 
-XO_VECTOR const T* XO_VECTOR_T::begin() const {
+template <class T, class A, class R, class G> const T* XoVector<T, A, R, G>::begin() const {
     return elements();
 }
 
-XO_VECTOR const T* XO_VECTOR_T::end() const {
+template <class T, class A, class R, class G> const T* XoVector<T, A, R, G>::end() const {
     const T* first = elements();
     return first ? first + size() : nullptr;
 }
 
-XO_VECTOR const T* XO_VECTOR_T::cbegin() const {
+template <class T, class A, class R, class G> const T* XoVector<T, A, R, G>::cbegin() const {
     return begin();
 }
 
-XO_VECTOR const T* XO_VECTOR_T::cend() const {
+template <class T, class A, class R, class G> const T* XoVector<T, A, R, G>::cend() const {
     return end();
 }
 
-XO_VECTOR T* XO_VECTOR_T::begin() {
+template <class T, class A, class R, class G> T* XoVector<T, A, R, G>::begin() {
     return writable();
 }
 
-XO_VECTOR T* XO_VECTOR_T::end() {
+template <class T, class A, class R, class G> T* XoVector<T, A, R, G>::end() {
     T* first = writable();
     return first ? first + size() : nullptr;
 }
 
-XO_VECTOR T* XO_VECTOR_T::elements() const {
+template <class T, class A, class R, class G> T* XoVector<T, A, R, G>::elements() const {
     return m_pData ? static_cast<T*>(m_pData->m_pElements) : nullptr;
 }
 
-XO_VECTOR T* XO_VECTOR_T::writable() {
+template <class T, class A, class R, class G> T* XoVector<T, A, R, G>::writable() {
     if (isShared() && !makePrivate(size()))
         XoVectorData::throwErrorStatus(Vesk::eOutOfMemory);
     return elements();
 }
 
-XO_VECTOR void XO_VECTOR_T::checkIndex(int index) const {
+template <class T, class A, class R, class G>
+void XoVector<T, A, R, G>::checkIndex(int index) const {
     if (index < 0 || index >= size())
         XoVectorData::throwErrorStatus(Vesk::eIndexOutOfRange);
 }
 
-XO_VECTOR void XO_VECTOR_T::attach(XoVectorData* block) {
+template <class T, class A, class R, class G>
+void XoVector<T, A, R, G>::attach(XoVectorData* block) {
     if (block == m_pData)
         return;
     if (block != nullptr)
@@ -512,7 +519,8 @@ XO_VECTOR void XO_VECTOR_T::attach(XoVectorData* block) {
     detach(old);
 }
 
-XO_VECTOR void XO_VECTOR_T::detach(XoVectorData* block) {
+template <class T, class A, class R, class G>
+void XoVector<T, A, R, G>::detach(XoVectorData* block) {
     if (block == nullptr)
         return;
     // A count of 1 is the caller's own reference, and nobody can take another meanwhile:
@@ -525,7 +533,8 @@ XO_VECTOR void XO_VECTOR_T::detach(XoVectorData* block) {
     _xoFree(block);
 }
 
-XO_VECTOR XoVectorData* XO_VECTOR_T::newBlock(int physical, int growLength) {
+template <class T, class A, class R, class G>
+XoVectorData* XoVector<T, A, R, G>::newBlock(int physical, int growLength) {
     void* raw = _xoMalloc(sizeof(XoVectorData));
     if (raw == nullptr)
         return nullptr;
@@ -545,7 +554,8 @@ XO_VECTOR XoVectorData* XO_VECTOR_T::newBlock(int physical, int growLength) {
     return new (raw) XoVectorData{{0}, 0, physical, growLength, items};
 }
 
-XO_VECTOR void XO_VECTOR_T::transfer(XoVectorData* fresh, int keep) {
+template <class T, class A, class R, class G>
+void XoVector<T, A, R, G>::transfer(XoVectorData* fresh, int keep) {
     const int n = std::min(keep, size());
     T* from = elements();
     T* to = static_cast<T*>(fresh->m_pElements);
@@ -567,7 +577,7 @@ XO_VECTOR void XO_VECTOR_T::transfer(XoVectorData* fresh, int keep) {
     fresh->m_nLogicalLength = n;
 }
 
-XO_VECTOR bool XO_VECTOR_T::makePrivate(int keep) {
+template <class T, class A, class R, class G> bool XoVector<T, A, R, G>::makePrivate(int keep) {
     XoVectorData* fresh = newBlock(G::copyLength(capacity()), growLength());
     if (fresh == nullptr)
         return false;
@@ -576,7 +586,7 @@ XO_VECTOR bool XO_VECTOR_T::makePrivate(int keep) {
     return true;
 }
 
-XO_VECTOR void XO_VECTOR_T::setLogicalLength(int n) {
+template <class T, class A, class R, class G> void XoVector<T, A, R, G>::setLogicalLength(int n) {
     if (n < 0)
         n = 0;
     const int logical = size();
@@ -593,7 +603,7 @@ XO_VECTOR void XO_VECTOR_T::setLogicalLength(int n) {
     m_pData->m_nLogicalLength = n;
 }
 
-XO_VECTOR void XO_VECTOR_T::setPhysicalLength(int n) {
+template <class T, class A, class R, class G> void XoVector<T, A, R, G>::setPhysicalLength(int n) {
     if (n == capacity())
         return;
     if (n <= 0) {
@@ -629,7 +639,8 @@ XO_VECTOR void XO_VECTOR_T::setPhysicalLength(int n) {
     attach(fresh);
 }
 
-XO_VECTOR void XO_VECTOR_T::setGrowLength(int growLength) {
+template <class T, class A, class R, class G>
+void XoVector<T, A, R, G>::setGrowLength(int growLength) {
     if (capacity() == 0) {
         // Nothing to copy: a block of its own without elements carries the length.
         if (m_pData == nullptr || isShared()) {
@@ -643,7 +654,7 @@ XO_VECTOR void XO_VECTOR_T::setGrowLength(int growLength) {
     m_pData->m_nGrowLength = growLength;
 }
 
-XO_VECTOR T& XO_VECTOR_T::append() {
+template <class T, class A, class R, class G> T& XoVector<T, A, R, G>::append() {
     const int next = xo::vector::nextIndex<T, A, R>(m_pData);
     if (next >= 0) {
         m_pData->m_nLogicalLength = next + 1;
@@ -659,9 +670,6 @@ XO_VECTOR T& XO_VECTOR_T::append() {
         XoVectorData::throwErrorStatus(Vesk::eOutOfMemory);
     return elements()[logical];
 }
-
-#undef XO_VECTOR_T
-#undef XO_VECTOR
 
 extern template class XOOSBASE_API
     XoVector<char, XoDefaultMemAllocator<char>, XoRefCounter, XoVectorDefaultGrowPolicy>;
