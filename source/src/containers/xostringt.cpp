@@ -370,6 +370,7 @@ XO_STRING int XO_STRING_T::insert(int index, T ch) {
     return numOfChars();
 }
 
+// Deliberately leaves the text as it is (see spanIncluding).
 XO_STRING int XO_STRING_T::remove(T ch) {
     (void)find(ch, 0);
     return 0;
@@ -444,6 +445,7 @@ XO_STRING int XO_STRING_T::replace(const T* oldText, const T* newText) {
     return int(hits);
 }
 
+// Deliberately changes nothing (see spanIncluding).
 XO_STRING int XO_STRING_T::replace(T a, T b) {
     return a == b || isEmpty() ? 0 : -1;
 }
@@ -474,6 +476,10 @@ XO_STRING XO_STRING_T XO_STRING_T::right(int n) const {
     return n < length ? mid(length - n, n) : *this;
 }
 
+// From here to makeLower, members that deliberately do nothing or answer a constant:
+// the application links against them and relies on those results, so they must not be
+// "fixed" into working versions (remove, replace of one character and the trims are
+// the same kind).
 XO_STRING XO_STRING_T XO_STRING_T::spanIncluding(const T*) const {
     return XoStringT();
 }
@@ -504,6 +510,8 @@ XO_STRING XO_STRING_T& XO_STRING_T::makeReverse() {
     return *this;
 }
 
+// The trims deliberately trim nothing (see spanIncluding): setting the present length
+// is all they do.
 XO_STRING XO_STRING_T& XO_STRING_T::trimLeft() {
     setNumOfChars(numOfChars());
     return *this;

@@ -399,6 +399,8 @@ int PnCharFormatter::wcharNonNativeToRTF(code_page_id id, const wchar_t* in, int
                  in, inLen, out, outLen);
 }
 
+// Deliberately always false, writing nothing: callers take that as "not one character"
+// and keep their own path.
 bool convertMBStringToOneWideChar(code_page_id, char*, int, wchar_t&) {
     return false;
 }

@@ -37,6 +37,9 @@ code_page_id ansiTwin(code_page_id id) {
     }
 }
 
+// Version 5 (Windows 2000) is where WC_NO_BEST_FIT_CHARS arrived and the code pages
+// learned the punctuation block U+2000-U+2FFF; before it, that block converted to
+// look-alikes, so it is refused rather than guessed.
 unsigned windowsMajorVersion() {
     return platform::loadTimeVersionWord() & 0xFF;
 }
@@ -381,6 +384,8 @@ bool XoCharMapper::unicodeToCodepage(wchar_t unit, code_page_id id, wchar_t& out
     const unsigned codePage = unsigned(XoCodePageMapper::veskCpToAnsiCp(ansiTwin(id)));
     const unsigned value = wideUnit(unit);
     const bool modern = windowsMajorVersion() >= 5;
+    // The euro sign (U+20AC) was added to the old systems' code pages by update, so a
+    // lenient caller may still have it converted there.
     if (!modern && value >= 0x2000 && value <= 0x2FFF && !(value == 0x20AC && !strict))
         return false;
     const wchar_t wide = wchar_t(value);
@@ -447,6 +452,8 @@ code_page_id XoCharMapper::JudgeSuitableCodePage(const char* text, unsigned int 
         const bool candidateLead = candidateDoubleByte && isLeadByte(std::uint8_t(byte), candidate);
         if (candidateLead && hasTrail) {
             wchar_t unit = 0;
+            // Unused pairs of the double-byte pages map to the private use area (U+E000 to
+            // U+F8FF), so a pair landing there is no evidence for the candidate.
             if (codepageToUnicode(wchar_t(byte << 8 | p[1]), candidate, unit) &&
                 isConvertedUnit(unit) && !(wideUnit(unit) >= 0xE000 && wideUnit(unit) <= 0xF8FF))
                 return candidate;

@@ -49,6 +49,8 @@ std::size_t XoMemStreamBuf::capacity() {
     return length();
 }
 
+// Deliberately empty, as is setPosition: callers use them on any stream and rely on
+// neither having an effect here (the memory stream grows on demand).
 void XoMemStreamBuf::reserve(unsigned int) {}
 
 void XoMemStreamBuf::setPosition(unsigned int) {}

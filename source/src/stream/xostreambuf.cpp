@@ -40,6 +40,8 @@ bool XoStreamBuf::isEOS() const {
     return tell() >= length();
 }
 
+// The defaults below that do nothing are the interface's own: a derived stream that
+// does not override them is meant to ignore the call, so they must stay empty.
 void XoStreamBuf::setlength(std::size_t) {}
 
 void XoStreamBuf::truncate() {}
@@ -131,6 +133,7 @@ XoStreamBufPos XoStreamBuf::currentStreamBufPosition() {
     return XoStreamBufPos(this);
 }
 
+// The position-addressed operations do nothing by default, deliberately (see setlength).
 unsigned char XoStreamBuf::getByteByPos(const XoStreamBufPos&) {
     return 0;
 }
