@@ -28,6 +28,7 @@ public:
     void truncate() override; // length = position
     void rewind() override;
     unsigned char readByte() override; // throws "End of stream buffer!" at the end
+    // Compiled into the caller where the stream's type is known (see below).
     void writeByte(unsigned char byte) override;
     // The one call gets the stored bytes themselves, without a copy.
     void readBytes(std::function<void(void*, unsigned int)> sink, unsigned int count) override;
@@ -78,3 +79,19 @@ private:
     ByteArray m_array;
     unsigned int m_nPosition;
 };
+
+// One byte within the capacity is the common case of a writer filling a stream byte by
+// byte, so it is compiled into the caller; growth goes to the exported writeBytes, which
+// grows the block exactly as one more byte needs.
+XOOSBASE_CLIENT_INLINE void XoFlatMemBuf::writeByte(unsigned char byte) {
+    const unsigned int position = m_nPosition;
+    if (XOOSBASE_LIKELY(position < unsigned(m_array.m_nCapacity))) {
+        if (position >= unsigned(m_array.m_nSize))
+            m_array.m_nSize = int(position + 1);
+        m_array.m_pData[position] = byte;
+        m_nPosition = position + 1;
+        return;
+    }
+    XoFlatMemBuf::writeBytes(&byte, 1);
+}
+

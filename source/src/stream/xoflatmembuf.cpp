@@ -81,14 +81,6 @@ bool growKeeping(ByteArray& array, std::uint64_t end, const unsigned char*& src)
     return true;
 }
 
-[[gnu::noinline]] void writeByteGrowing(ByteArray& array, unsigned int& position,
-                                        unsigned char byte) {
-    if (!growTo(array, position + 1ull))
-        return;
-    array.m_pData[position] = byte;
-    ++position;
-}
-
 bool fits(std::uint64_t pos, unsigned int count, int size) {
     return xo::streamEnd(pos, count) <= std::uint64_t(size);
 }
@@ -140,19 +132,6 @@ unsigned char XoFlatMemBuf::readByte() {
     if (m_nPosition >= unsigned(m_array.m_nSize))
         xo::throwWithMessage(xo::kEndOfStreamBuffer);
     return m_array.m_pData[m_nPosition++];
-}
-
-void XoFlatMemBuf::writeByte(unsigned char byte) {
-    const unsigned int position = m_nPosition;
-    // Inside the capacity no growth is needed: the common case takes no stack frame.
-    if (XOOSBASE_LIKELY(position < unsigned(m_array.m_nCapacity))) {
-        if (position >= unsigned(m_array.m_nSize))
-            m_array.m_nSize = int(position + 1);
-        m_array.m_pData[position] = byte;
-        m_nPosition = position + 1;
-        return;
-    }
-    writeByteGrowing(m_array, m_nPosition, byte);
 }
 
 void XoFlatMemBuf::readBytes(std::function<void(void*, unsigned int)> sink, unsigned int count) {
