@@ -82,7 +82,9 @@ private:
 
 // One byte within the capacity is the common case of a writer filling a stream byte by
 // byte, so it is compiled into the caller; growth goes to the exported writeBytes, which
-// grows the block exactly as one more byte needs.
+// grows the block exactly as one more byte needs. The library compiles the exported copy
+// once, in the class's own file.
+#if !defined(XOOSBASE_BUILD) || defined(XO_FLATMEMBUF_EXPORTED_COPY)
 XOOSBASE_CLIENT_INLINE void XoFlatMemBuf::writeByte(unsigned char byte) {
     const unsigned int position = m_nPosition;
     if (XOOSBASE_LIKELY(position < unsigned(m_array.m_nCapacity))) {
@@ -94,4 +96,4 @@ XOOSBASE_CLIENT_INLINE void XoFlatMemBuf::writeByte(unsigned char byte) {
     }
     XoFlatMemBuf::writeBytes(&byte, 1);
 }
-
+#endif

@@ -1,3 +1,4 @@
+#define XO_FLATMEMBUF_EXPORTED_COPY
 #include "XoFlatMemBuf.h"
 
 #include "XoMemory.h"
