@@ -3,27 +3,11 @@
 #include <cerrno>
 #include <string>
 
-#include "platform/codepage.h"
+#include "platform/posix/utf8path.h"
 
 namespace xo::platform {
 
 namespace {
-
-bool toUtf8(const wchar_t* wide, std::string& out) {
-    if (!wide)
-        return false;
-    if (*wide == 0) {
-        out.clear();
-        return true;
-    }
-    const int n = wideCharToMultiByte(kCpUtf8, 0, wide, -1, nullptr, 0, nullptr, nullptr);
-    if (n <= 0)
-        return false;
-    out.assign(std::size_t(n), '\0');
-    wideCharToMultiByte(kCpUtf8, 0, wide, -1, out.data(), n, nullptr, nullptr);
-    out.resize(std::size_t(n - 1));
-    return true;
-}
 
 // The letters POSIX knows; Windows-only ones (text mode, commit flags, hints) drop out.
 bool posixMode(const wchar_t* mode, std::string& out) {
@@ -61,7 +45,7 @@ bool posixMode(const wchar_t* mode, std::string& out) {
 
 std::FILE* openStream(const wchar_t* path, const wchar_t* mode) {
     std::string narrowPath, narrowMode;
-    if (!toUtf8(path, narrowPath) || !posixMode(mode, narrowMode)) {
+    if (!pathToUtf8(path, narrowPath) || !posixMode(mode, narrowMode)) {
         errno = EINVAL;
         return nullptr;
     }

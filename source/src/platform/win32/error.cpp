@@ -21,6 +21,7 @@ static_assert(kErrorSharingViolation == ERROR_SHARING_VIOLATION);
 static_assert(kErrorLockViolation == ERROR_LOCK_VIOLATION);
 static_assert(kErrorHandleEof == ERROR_HANDLE_EOF);
 static_assert(kErrorNotSupported == ERROR_NOT_SUPPORTED);
+static_assert(kErrorNetworkAccessDenied == ERROR_NETWORK_ACCESS_DENIED);
 static_assert(kErrorFileExists == ERROR_FILE_EXISTS);
 static_assert(kErrorInvalidParameter == ERROR_INVALID_PARAMETER);
 static_assert(kErrorBrokenPipe == ERROR_BROKEN_PIPE);
@@ -40,6 +41,7 @@ static_assert(kErrorInvalidFlags == ERROR_INVALID_FLAGS);
 static_assert(kErrorNoUnicodeTranslation == ERROR_NO_UNICODE_TRANSLATION);
 static_assert(kErrorIoDevice == ERROR_IO_DEVICE);
 static_assert(kErrorTooManyLinks == ERROR_TOO_MANY_LINKS);
+static_assert(kErrorFileCorrupt == ERROR_FILE_CORRUPT);
 // mingw-w64's <winerror.h> lacks ERROR_DISK_QUOTA_EXCEEDED (1295 in the Windows SDK).
 static_assert(kErrorTimeout == ERROR_TIMEOUT);
 static_assert(kErrorCantResolveFilename == ERROR_CANT_RESOLVE_FILENAME);
