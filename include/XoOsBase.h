@@ -16,6 +16,8 @@
 #include "XoCodePageMapper.h"
 #include "XoException.h"
 #include "XoExceptionPointers.h"
+#include "XoFileStreamBuf.h"
+#include "XoFileSystem.h"
 #include "XoFlatMemBuf.h"
 #include "XoHeapDbgDumper.h"
 #include "XoLocaleHelpers.h"

@@ -11,10 +11,15 @@ thread_local bool counting = false;
 thread_local std::size_t sizes[64];
 thread_local std::size_t taken = 0;
 thread_local std::size_t given = 0;
+thread_local bool failNext = false;
 
 } // namespace
 
 void* operator new[](std::size_t size) {
+    if (failNext) {
+        failNext = false;
+        throw std::bad_alloc();
+    }
     if (counting && taken < 64)
         sizes[taken++] = size;
     if (void* block = std::malloc(size ? size : 1))
@@ -33,6 +38,10 @@ void operator delete[](void* block, std::size_t) noexcept {
 }
 
 namespace streamtest {
+
+void failNextArrayNew() {
+    failNext = true;
+}
 
 HeapCount::HeapCount() {
     taken = given = 0;

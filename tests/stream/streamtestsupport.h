@@ -86,4 +86,7 @@ struct HeapCount {
     std::size_t freed() const;
 };
 
+// Makes the next operator new[] of the calling thread throw std::bad_alloc.
+void failNextArrayNew();
+
 } // namespace streamtest

@@ -20,6 +20,10 @@ template <class E> [[noreturn]] void throwException(E* exception) {
 
 // An XoExceptionWithMsg with the message ("EMPTY THROW", "Out of stream buffer!", ...).
 [[noreturn]] void throwWithMessage(const wchar_t* message);
+// Inside a catch block: deletes the exception being handled when it is one of the
+// library's (thrown as a pointer the catcher owns); anything else is left alone.
+void deleteCaughtException() noexcept;
+
 // An XoErrorStatus with the status and no message.
 [[noreturn]] void throwErrorStatus(Vesk::ErrorStatus status);
 

@@ -1,0 +1,4 @@
+#include "XoFileStreamBuf.h"
+
+XoFileStreamBuf::XoFileStreamBuf() = default;
+XoFileStreamBuf::~XoFileStreamBuf() = default;
