@@ -76,6 +76,9 @@ public:
     };
 
 private:
+    // The output file stream fills its write buffer in place on every small write.
+    friend class XoFileOStreamBuf;
+
     ByteArray m_array;
     unsigned int m_nPosition;
 };

@@ -64,7 +64,7 @@ TEST(FileOpenArguments, MapOntoCreateFile) {
 
 TEST(FileOpenArguments, FailuresBecomeStatuses) {
     const std::pair<std::uint32_t, int> table[] = {
-        {2, 76}, {3, 76}, {5, 72}, {19, 91}, {32, 433}, {38, 41}, {65, 72},
+        {2, 76}, {3, 76},   {5, 72},     {19, 91}, {32, 433}, {38, 41},     {65, 72},
         {87, 3}, {183, 72}, {1392, 314}, {80, 53}, {112, 53}, {0xDEAD, 53},
     };
     for (const auto& [error, status] : table)
@@ -75,8 +75,7 @@ class FileStreams : public xotest::TempFolder {
 protected:
     Stream open(const std::string& name, XoIO::AccessMode access, int disposition,
                 Vesk::ErrorStatus* status = nullptr) {
-        return Stream(createFileStreamBuf(wide(name).c_str(), status, access,
-                                          XoIO::kShareDenyNone,
+        return Stream(createFileStreamBuf(wide(name).c_str(), status, access, XoIO::kShareDenyNone,
                                           XoIO::CreationDisposition(disposition)));
     }
 };
@@ -119,8 +118,8 @@ TEST_F(FileStreams, OpenFailuresReportRealConditions) {
 TEST_F(FileStreams, EmptyOrNullPathIsNotFoundWithoutAsking) {
     for (const wchar_t* path : {static_cast<const wchar_t*>(nullptr), L""}) {
         auto status = Vesk::eOk;
-        const Stream stream(createFileIStreamBuf(path, &status, kRead, XoIO::kShareDenyNone,
-                                                 XoIO::kOpenExisting));
+        const Stream stream(
+            createFileIStreamBuf(path, &status, kRead, XoIO::kShareDenyNone, XoIO::kOpenExisting));
         EXPECT_EQ(status, Vesk::eFileNotFound);
         EXPECT_EQ(stream->handle(), os::invalidFileHandle());
         EXPECT_EQ(stream->fileName(), nullptr);
@@ -192,8 +191,8 @@ class MappedStreams : public FileStreams {
 protected:
     Stream input(const std::string& name) {
         auto status = Vesk::ErrorStatus(-1);
-        Stream stream(createFileIStreamBuf(wide(name).c_str(), &status, kRead,
-                                           XoIO::kShareDenyNone, XoIO::kOpenExisting));
+        Stream stream(createFileIStreamBuf(wide(name).c_str(), &status, kRead, XoIO::kShareDenyNone,
+                                           XoIO::kOpenExisting));
         EXPECT_EQ(status, Vesk::eOk);
         return stream;
     }
@@ -210,12 +209,12 @@ TEST_F(MappedStreams, ReadFromTheViewWithTheMemoryStreamsSeek) {
     EXPECT_EQ(stream->seek(1, XoIO::kSeekForward), 6u);
     EXPECT_EQ(stream->seek(7, XoIO::SeekType(9)), 0u);
     EXPECT_EQ(stream->readByte(), '0');
-    const std::pair<std::size_t, XoIO::SeekType> beyond[] = {
-        {11, XoIO::kSeekBegin}, {11, XoIO::kSeekFromEnd}, {2, XoIO::kSeekBackward},
-        {SIZE_MAX, XoIO::kSeekForward}};
+    const std::pair<std::size_t, XoIO::SeekType> beyond[] = {{11, XoIO::kSeekBegin},
+                                                             {11, XoIO::kSeekFromEnd},
+                                                             {2, XoIO::kSeekBackward},
+                                                             {SIZE_MAX, XoIO::kSeekForward}};
     for (const auto& [offset, kind] : beyond)
-        EXPECT_EQ(thrownMessage([&] { stream->seek(offset, kind); }),
-                  L"Out of file stream buffer!")
+        EXPECT_EQ(thrownMessage([&] { stream->seek(offset, kind); }), L"Out of file stream buffer!")
             << offset << " " << kind;
     EXPECT_EQ(stream->tell(), 1u) << "a refused seek does not move";
     stream->seek(8, XoIO::kSeekBegin);

@@ -23,8 +23,7 @@ protected:
     }
     void TearDown() override {
         std::error_code ignored;
-        std::filesystem::permissions(file("readonly"), std::filesystem::perms::owner_all,
-                                     ignored);
+        std::filesystem::permissions(file("readonly"), std::filesystem::perms::owner_all, ignored);
         std::filesystem::remove_all(folder_, ignored);
     }
 

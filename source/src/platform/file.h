@@ -44,10 +44,10 @@ bool seekFile(void* handle, std::int64_t distance, int method, std::uint64_t* po
 // every byte is written or one call fails, so a full disk reports its error.
 bool readFile(void* handle, void* buffer, std::uint32_t count, std::uint32_t* done);
 bool writeFile(void* handle, const void* buffer, std::uint32_t count, std::uint32_t* done);
-bool fileSize(void* handle, std::uint64_t* size);   // GetFileSizeEx
-bool truncateFileHere(void* handle);                // SetEndOfFile at the file pointer
-bool flushFile(void* handle);                       // FlushFileBuffers
-void closeFile(void* handle);                       // CloseHandle
+bool fileSize(void* handle, std::uint64_t* size); // GetFileSizeEx
+bool truncateFileHere(void* handle);              // SetEndOfFile at the file pointer
+bool flushFile(void* handle);                     // FlushFileBuffers
+void closeFile(void* handle);                     // CloseHandle
 
 // A read-only view of the whole file (CreateFileMappingW + MapViewOfFile); an empty
 // file cannot be mapped, on either target.

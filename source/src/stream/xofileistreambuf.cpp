@@ -45,8 +45,7 @@ XoFileIStreamBuf::XoFileIStreamBuf(const wchar_t* path, Vesk::ErrorStatus* statu
                                    XoIO::AccessMode access, XoIO::ShareMode share,
                                    XoIO::CreationDisposition disposition)
     : XoFileStreamBufImpl(path, status, access, share, disposition),
-      m_hMapping(os::invalidFileHandle()), m_pView(nullptr), m_nMappedSize(0),
-      m_nViewPosition(0) {
+      m_hMapping(os::invalidFileHandle()), m_pView(nullptr), m_nMappedSize(0), m_nViewPosition(0) {
     if (handle() == os::invalidFileHandle() || !mappable(path))
         return;
     os::FileView view{};

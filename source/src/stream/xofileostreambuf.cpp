@@ -1,6 +1,7 @@
 #include "XoFileStreamBuf.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "diagnostics/xothrow.h"
 
@@ -43,6 +44,38 @@ void flush(XoFileStreamBufImpl& file, XoFlatMemBuf& buffer) {
     buffer.rewind();
 }
 
+// Records of a few bytes are copied without a call: two overlapping moves cover any
+// length from 4 to 16.
+void copyRecord(unsigned char* dest, const unsigned char* src, unsigned int count) {
+    constexpr unsigned int kWord = 8;
+    constexpr unsigned int kHalf = 4;
+    if (count > 2 * kWord) {
+        std::memcpy(dest, src, count);
+    } else if (count >= kWord) {
+        std::memcpy(dest, src, kWord);
+        std::memcpy(dest + count - kWord, src + count - kWord, kWord);
+    } else if (count >= kHalf) {
+        std::memcpy(dest, src, kHalf);
+        std::memcpy(dest + count - kHalf, src + count - kHalf, kHalf);
+    } else {
+        for (unsigned int i = 0; i < count; ++i)
+            dest[i] = src[i];
+    }
+}
+
+// Everything but a small write into room already there: the flush rules.
+[[gnu::noinline]] void writeThroughBuffer(XoFileStreamBufImpl& file, XoFlatMemBuf& buffer,
+                                          const unsigned char* src, unsigned int count) {
+    if (count > kBufferedWriteLimit) {
+        flush(file, buffer);
+        file.XoFileStreamBufImpl::writeBytes(src, count);
+        return;
+    }
+    if (waiting(buffer) + count > kBufferedWriteLimit)
+        flush(file, buffer);
+    buffer.writeBytes(src, count);
+}
+
 } // namespace
 
 std::size_t XoFileOStreamBuf::tell() const {
@@ -64,14 +97,20 @@ void XoFileOStreamBuf::readBytes(unsigned char* dest, unsigned int count) {
 }
 
 void XoFileOStreamBuf::writeBytes(const unsigned char* src, unsigned int count) {
-    if (count > kBufferedWriteLimit) {
-        flush(*this, m_writeBuffer);
-        XoFileStreamBufImpl::writeBytes(src, count);
+    // Small records that fit where the buffer already has room are the common case:
+    // copied in place, as the buffer's own writeBytes would, without three calls.
+    XoFlatMemBuf::ByteArray& bytes = m_writeBuffer.m_array;
+    const unsigned int position = m_writeBuffer.m_nPosition;
+    const unsigned int end = position + count;
+    if (src != nullptr && count <= kBufferedWriteLimit && end <= kBufferedWriteLimit &&
+        end <= unsigned(bytes.m_nCapacity)) {
+        copyRecord(bytes.m_pData + position, src, count);
+        if (end > unsigned(bytes.m_nSize))
+            bytes.m_nSize = int(end);
+        m_writeBuffer.m_nPosition = end;
         return;
     }
-    if (waiting(m_writeBuffer) + count > kBufferedWriteLimit)
-        flush(*this, m_writeBuffer);
-    m_writeBuffer.writeBytes(src, count);
+    writeThroughBuffer(*this, m_writeBuffer, src, count);
 }
 
 void XoFileOStreamBuf::close() {

@@ -62,7 +62,7 @@ std::uint32_t missingError(const std::string& path) {
     const std::string parent = slash == 0 ? "/" : path.substr(0, slash);
     struct stat st;
     return ::stat(parent.c_str(), &st) == 0 && S_ISDIR(st.st_mode) ? kErrorFileNotFound
-                                                                  : kErrorPathNotFound;
+                                                                   : kErrorPathNotFound;
 }
 
 std::uint32_t openError(int error, const std::string& path) {
@@ -80,8 +80,8 @@ bool refusesWriting(const std::string& path, std::uint32_t access, int dispositi
 
 } // namespace
 
-FileOpenResult openFile(const wchar_t* path, std::uint32_t access, std::uint32_t, std::uint32_t disposition,
-                        std::uint32_t) {
+FileOpenResult openFile(const wchar_t* path, std::uint32_t access, std::uint32_t,
+                        std::uint32_t disposition, std::uint32_t) {
     std::string narrow;
     if (!pathToUtf8(path, narrow))
         return failed(kErrorInvalidName);

@@ -11,8 +11,7 @@ bool pathToUtf8(const wchar_t* wide, std::string& out) {
         out.clear();
         return true;
     }
-    const int n =
-        wideCharToMultiByte(kCpUtf8, 0, wide, -1, nullptr, 0, nullptr, nullptr);
+    const int n = wideCharToMultiByte(kCpUtf8, 0, wide, -1, nullptr, 0, nullptr, nullptr);
     if (n <= 0)
         return false;
     out.assign(std::size_t(n), '\0');
