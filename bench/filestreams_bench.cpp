@@ -107,8 +107,8 @@ void BM_Input_XoFileIStreamBuf(benchmark::State& state) {
     const std::wstring path = wide(cachedFile(kInputBytes));
     std::vector<unsigned char> piece(kPiece);
     for (auto _ : state) {
-        XoFileStreamBuf* stream = createFileIStreamBuf(
-            path.c_str(), nullptr, XoIO::kAccessRead, XoIO::kShareDenyNone, XoIO::kOpenExisting);
+        XoFileStreamBuf* stream = createFileIStreamBuf(path.c_str(), nullptr, XoIO::kAccessRead,
+                                                       XoIO::kShareDenyNone, XoIO::kOpenExisting);
         for (std::size_t done = 0; done < kInputBytes; done += kPiece)
             stream->readBytes(piece.data(), unsigned(kPiece));
         benchmark::DoNotOptimize(piece.data());
@@ -132,8 +132,8 @@ void BM_Input_Read(benchmark::State& state) {
 void BM_ReadByte_XoFileIStreamBuf(benchmark::State& state) {
     const std::wstring path = wide(cachedFile(kByteInput));
     for (auto _ : state) {
-        XoFileStreamBuf* stream = createFileIStreamBuf(
-            path.c_str(), nullptr, XoIO::kAccessRead, XoIO::kShareDenyNone, XoIO::kOpenExisting);
+        XoFileStreamBuf* stream = createFileIStreamBuf(path.c_str(), nullptr, XoIO::kAccessRead,
+                                                       XoIO::kShareDenyNone, XoIO::kOpenExisting);
         unsigned sum = 0;
         for (std::size_t done = 0; done < kByteInput; ++done)
             sum += stream->readByte();
