@@ -32,3 +32,6 @@ wineserver=/usr/lib/wine/wineserver64
 trap '"$wineserver" -k 2>/dev/null || true' EXIT
 /usr/lib/wine/wine64 wineboot --init >/dev/null 2>&1 || true
 ctest --preset windows
+
+# The library as other projects adopt it: packages, CMake package, pkg-config.
+bash tools/package-test.sh
