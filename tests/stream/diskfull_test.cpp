@@ -36,7 +36,8 @@ protected:
 #else
         if (::geteuid() != 0)
             GTEST_SKIP() << "mounting a 1 MiB tmpfs needs root";
-        folder_ = std::filesystem::temp_directory_path() / ("xo_diskfull_" + std::to_string(::getpid()));
+        folder_ =
+            std::filesystem::temp_directory_path() / ("xo_diskfull_" + std::to_string(::getpid()));
         std::filesystem::create_directories(folder_);
         if (::mount("tmpfs", folder_.c_str(), "tmpfs", 0, "size=1m") != 0)
             GTEST_SKIP() << "the system refused to mount a tmpfs";

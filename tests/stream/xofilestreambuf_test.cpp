@@ -233,6 +233,22 @@ TEST_F(MappedStreams, NeverWritesMappedOrNot) {
     EXPECT_EQ(read("data"), "abc");
 }
 
+#if !defined(_WIN32)
+// Windows refuses to shorten a file while a view of it is mapped (error 1224); Linux
+// lets another program do it, and the pages past the new end can no longer be read.
+TEST_F(MappedStreams, FileTruncatedUnderTheViewThrowsInPageError) {
+    const std::size_t page = 4096;
+    write("data", std::string(3 * page, 'a') + std::string(page, 'b'));
+    const Stream stream = input("data");
+    std::filesystem::resize_file(file("data"), page);
+    stream->seek(2 * page, XoIO::kSeekBegin);
+    EXPECT_EQ(thrownMessage([&] { readText(*stream, 16); }), L"InPageError!");
+    EXPECT_EQ(stream->tell(), 2 * page) << "the position stays";
+    stream->seek(page - 4, XoIO::kSeekBegin);
+    EXPECT_EQ(readText(*stream, 4), "aaaa") << "below the new end the view still reads";
+}
+#endif
+
 TEST_F(MappedStreams, AnEmptyFileCannotBeMapped) {
     write("empty", "");
     EXPECT_EQ(thrownMessage([&] { input("empty"); }), L"Cannot open file for write!");

@@ -8,8 +8,7 @@
 #include <utility>
 
 #include "containers/xolasttext.h"
-#include "platform/memoryprobe.h"
-#include "platform/virtualmemory.h"
+#include "platform/faultguard.h"
 #include "runtime/xoformatter.h"
 #include "runtime/xombcs.h"
 
@@ -35,21 +34,26 @@ template <class B, class T> bool holds(const B& b, const T* p) {
     return b.allocCount() != 0 && !before(p, first) && before(p, first + b.allocCount());
 }
 
-// The length of a zero-terminated text, page by page so that no byte is read before
-// the platform has said its page can be read; false when one cannot.
+// The length of a zero-terminated text handed in by a caller, or false when its bytes
+// cannot all be read: the scan runs with access faults turned into that answer.
+struct Scan {
+    const char* text;
+    std::size_t length;
+};
+
+void scan(void* context) {
+    auto* s = static_cast<Scan*>(context);
+    s->length = std::strlen(s->text);
+}
+
 bool readableLength(const char* text, std::size_t& length) {
-    constexpr std::uintptr_t kPage = xo::platform::kPageSize;
-    const char* p = text;
-    for (;;) {
-        const std::size_t toPageEnd = kPage - (reinterpret_cast<std::uintptr_t>(p) & (kPage - 1));
-        if (xo::platform::isBadReadPtr(p, toPageEnd))
-            return false;
-        if (const void* zero = std::memchr(p, 0, toPageEnd)) {
-            length = std::size_t(static_cast<const char*>(zero) - text);
-            return true;
-        }
-        p += toPageEnd;
-    }
+    namespace os = xo::platform;
+    Scan s{text, 0};
+    if (os::runGuarded(os::kFaultAccessViolation | os::kFaultPageNotReadable, scan, &s) !=
+        os::kNoFault)
+        return false;
+    length = s.length;
+    return true;
 }
 
 // Bytes held apart from a string while it is rewritten or reallocated: a copy when they

@@ -1,0 +1,26 @@
+// Runs a piece of code with the synchronous faults its caller owns turned into a return
+// value on the faulting thread only; every other fault goes where it would have gone.
+// The mapped file streams own "the page could not be brought in" around each copy from
+// a view; the strings own both kinds while they measure a C string they were handed.
+//
+// Linux: SIGBUS and SIGSEGV, through a handler installed on first use that hands every
+// fault it does not own to the handler the host had installed before (or to the default
+// action). Windows: EXCEPTION_IN_PAGE_ERROR and EXCEPTION_ACCESS_VIOLATION, through a
+// vectored handler that lets every other exception search on. The work the body did up
+// to the fault stays done; the body must own no resource a jump out of it would leak.
+#pragma once
+
+namespace xo::platform {
+
+using FaultKinds = unsigned;
+constexpr FaultKinds kNoFault = 0;
+constexpr FaultKinds kFaultPageNotReadable = 0x1; // SIGBUS / EXCEPTION_IN_PAGE_ERROR
+constexpr FaultKinds kFaultAccessViolation = 0x2; // SIGSEGV / EXCEPTION_ACCESS_VIOLATION
+
+using GuardedBody = void (*)(void* context);
+
+// Calls body(context); returns kNoFault when it ended normally, else the one kind among
+// owned that stopped it. Guards nest: a fault ends the innermost guard that owns its kind.
+FaultKinds runGuarded(FaultKinds owned, GuardedBody body, void* context);
+
+} // namespace xo::platform

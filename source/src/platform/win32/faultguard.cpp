@@ -1,0 +1,95 @@
+#include "platform/faultguard.h"
+
+#include <windows.h>
+
+namespace xo::platform {
+
+namespace {
+
+struct Guard {
+    void* jump[5]; // __builtin_setjmp's buffer
+    FaultKinds owned;
+    volatile FaultKinds caught;
+    Guard* outer;
+};
+
+FaultKinds kindOf(DWORD code) {
+    switch (code) {
+    case EXCEPTION_IN_PAGE_ERROR:
+        return kFaultPageNotReadable;
+    case EXCEPTION_ACCESS_VIOLATION:
+        return kFaultAccessViolation;
+    default:
+        return kNoFault;
+    }
+}
+
+// The guards of each thread live in a TLS slot: a vectored handler must not allocate,
+// as the runtime's emulated thread_local may on a thread's first use.
+class Guards {
+public:
+    Guards() : slot_(::TlsAlloc()), handler_(::AddVectoredExceptionHandler(1, onException)) {}
+    // A handler left registered would outlive the code it points at once the DLL unloads.
+    ~Guards() {
+        if (handler_ != nullptr)
+            ::RemoveVectoredExceptionHandler(handler_);
+        if (slot_ != TLS_OUT_OF_INDEXES)
+            ::TlsFree(slot_);
+    }
+    Guards(const Guards&) = delete;
+    Guards& operator=(const Guards&) = delete;
+
+    Guard* current() const {
+        const DWORD saved = ::GetLastError(); // TlsGetValue clears it
+        auto* guard = static_cast<Guard*>(::TlsGetValue(slot_));
+        ::SetLastError(saved);
+        return guard;
+    }
+    void setCurrent(Guard* guard) const { ::TlsSetValue(slot_, guard); }
+
+private:
+    static LONG CALLBACK onException(EXCEPTION_POINTERS* pointers);
+
+    DWORD slot_;
+    void* handler_;
+};
+
+Guards& guards() {
+    static Guards instance;
+    return instance;
+}
+
+LONG CALLBACK Guards::onException(EXCEPTION_POINTERS* pointers) {
+    const FaultKinds kind = kindOf(pointers->ExceptionRecord->ExceptionCode);
+    for (Guard* guard = guards().current(); guard != nullptr; guard = guard->outer) {
+        if ((guard->owned & kind) == 0)
+            continue;
+        guard->caught = kind;
+        __builtin_longjmp(guard->jump, 1);
+    }
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+// The body runs in a frame of its own, so nothing it loads is moved above the point
+// where the jump buffer is saved (GCC would at -O2 otherwise).
+[[gnu::noinline]] void runBody(GuardedBody body, void* context) {
+    body(context);
+}
+
+} // namespace
+
+FaultKinds runGuarded(FaultKinds owned, GuardedBody body, void* context) {
+    const Guards& all = guards();
+    Guard guard;
+    guard.owned = owned;
+    guard.caught = kNoFault;
+    guard.outer = all.current();
+    if (__builtin_setjmp(guard.jump) == 0) {
+        all.setCurrent(&guard);
+        runBody(body, context);
+    }
+    all.setCurrent(guard.outer);
+    return guard.caught;
+}
+
+} // namespace xo::platform

@@ -1,0 +1,132 @@
+#include "platform/faultguard.h"
+#include "platform/virtualmemory.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <signal.h>
+#include <unistd.h>
+#endif
+
+namespace {
+
+namespace os = xo::platform;
+
+// A page reserved without access: reading it is an access violation on both targets.
+class NoAccessPage : public ::testing::Test {
+protected:
+    void SetUp() override {
+        page_ = static_cast<const volatile char*>(os::reserveAligned(os::kPageSize, 65536));
+        ASSERT_NE(page_, nullptr);
+    }
+    void TearDown() override { os::release(const_cast<char*>(page_), os::kPageSize); }
+    static void touch(void* page) { (void)*static_cast<const volatile char*>(page); }
+    void* page() const { return const_cast<char*>(page_); }
+    const volatile char* page_ = nullptr;
+};
+
+TEST_F(NoAccessPage, OwnedFaultIsReturnedAndTheWorkBeforeItKept) {
+    struct Work {
+        void* page;
+        int steps;
+    } work{page(), 0};
+    const auto body = [](void* context) {
+        auto* w = static_cast<Work*>(context);
+        w->steps = 1;
+        touch(w->page);
+        w->steps = 2;
+    };
+    EXPECT_EQ(os::runGuarded(os::kFaultAccessViolation, body, &work), os::kFaultAccessViolation);
+    EXPECT_EQ(work.steps, 1);
+    EXPECT_EQ(os::runGuarded(os::kFaultAccessViolation, [](void*) {}, nullptr), os::kNoFault);
+}
+
+TEST_F(NoAccessPage, NestedGuardsGiveTheFaultToTheOneThatOwnsIt) {
+    struct Nest {
+        void* page;
+        os::FaultKinds inner;
+    } nest{page(), 99};
+    const auto outerBody = [](void* context) {
+        auto* n = static_cast<Nest*>(context);
+        n->inner = os::runGuarded(os::kFaultPageNotReadable, touch, n->page);
+    };
+    EXPECT_EQ(os::runGuarded(os::kFaultAccessViolation, outerBody, &nest),
+              os::kFaultAccessViolation);
+    EXPECT_EQ(nest.inner, 99u) << "the inner guard never returned";
+    EXPECT_EQ(os::runGuarded(os::kFaultAccessViolation, touch, page()), os::kFaultAccessViolation)
+        << "the jump out of the inner guard left no stale guard behind";
+}
+
+TEST_F(NoAccessPage, ThreadsFaultingAtOnceEachGetTheirOwn) {
+    constexpr int kThreads = 4;
+    constexpr int kRounds = 200;
+    std::atomic<int> caught{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < kRounds; ++i)
+                if (os::runGuarded(os::kFaultAccessViolation, touch, page()) ==
+                    os::kFaultAccessViolation)
+                    ++caught;
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(caught.load(), kThreads * kRounds);
+}
+
+#if defined(_WIN32)
+
+std::atomic<DWORD> g_passedOn{0};
+
+LONG CALLBACK hostHandler(EXCEPTION_POINTERS* pointers) {
+    const DWORD code = pointers->ExceptionRecord->ExceptionCode;
+    if (code != EXCEPTION_ACCESS_VIOLATION && code != EXCEPTION_IN_PAGE_ERROR)
+        return EXCEPTION_CONTINUE_SEARCH;
+    g_passedOn = code;
+    return EXCEPTION_CONTINUE_EXECUTION; // raised by RaiseException: resumes after it
+}
+
+void raise(void* code) {
+    ::RaiseException(DWORD(reinterpret_cast<std::uintptr_t>(code)), 0, 0, nullptr);
+}
+
+TEST(FaultGuard, InPageErrorIsOwnedAndOtherCodesReachTheHost) {
+    void* host = ::AddVectoredExceptionHandler(0, hostHandler);
+    const auto code = [](DWORD value) { return reinterpret_cast<void*>(std::uintptr_t(value)); };
+    EXPECT_EQ(os::runGuarded(os::kFaultPageNotReadable, raise, code(EXCEPTION_IN_PAGE_ERROR)),
+              os::kFaultPageNotReadable);
+    EXPECT_EQ(g_passedOn.load(), 0u);
+    EXPECT_EQ(os::runGuarded(os::kFaultPageNotReadable, raise, code(EXCEPTION_ACCESS_VIOLATION)),
+              os::kNoFault);
+    EXPECT_EQ(g_passedOn.load(), DWORD(EXCEPTION_ACCESS_VIOLATION));
+    ::RemoveVectoredExceptionHandler(host);
+}
+
+#else
+
+void hostHandler(int) {
+    ::_exit(42);
+}
+
+// In a process of its own, so that the host's handler is there before the guard's.
+TEST_F(NoAccessPage, FaultNotOwnedReachesTheHostsHandler) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            struct sigaction action = {};
+            action.sa_handler = hostHandler;
+            ::sigaction(SIGSEGV, &action, nullptr);
+            os::runGuarded(os::kFaultPageNotReadable, touch, page());
+        },
+        ::testing::ExitedWithCode(42), "");
+}
+
+#endif
+
+} // namespace
