@@ -82,6 +82,9 @@ protected:
 
 TEST_F(FileStreams, OpenFailuresReportRealConditions) {
     write("existing", "x");
+    write("held", "x");
+    const Stream holder(createFileStreamBuf(wide("held").c_str(), nullptr, kRead,
+                                            XoIO::kShareDenyWrite, XoIO::kOpenExisting));
     write("readonly", "x");
     std::filesystem::permissions(file("readonly"), std::filesystem::perms::owner_read);
     std::filesystem::create_directory(file("folder"));
@@ -98,6 +101,7 @@ TEST_F(FileStreams, OpenFailuresReportRealConditions) {
         {"existing", kWrite, XoIO::kCreateNew, Vesk::eFileError},
         {"existing", kRead, 0, Vesk::eInvalidInput},
         {"existing", kRead, XoIO::kOpenExisting, Vesk::eOk},
+        {"held", kWrite, XoIO::kOpenExisting, Vesk::eFileSharingViolation},
     };
     std::vector<Case> all(std::begin(cases), std::end(cases));
 #if !defined(_WIN32)

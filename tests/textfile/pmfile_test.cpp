@@ -176,6 +176,35 @@ TEST_F(TextFile, OwnsNothing) {
     std::fclose(stream);
 }
 
+// The runtime's share flags: 0x10 denies both, 0x20 writers, 0x30 readers, 0x40 none.
+TEST_F(TextFile, ShareFlagsRefuseWhatTheHolderDenies) {
+    std::ofstream(path_, std::ios::binary) << "kept";
+    const std::wstring wide = path_.wstring();
+    struct Case {
+        int held;
+        const wchar_t* mode;
+        int asked;
+        bool opens;
+    };
+    const Case cases[] = {
+        {0x20, L"rb", 0x40, true},  {0x20, L"wb", 0x40, false}, {0x10, L"rb", 0x40, false},
+        {0x30, L"rb", 0x40, false}, {0x30, L"ab", 0x40, true},  {0x40, L"rb", 0x20, true},
+        {0x40, L"rb", 0x10, false}, // the holder reads, which the second open would deny
+    };
+    for (const Case& c : cases) {
+        PmFILE holder;
+        ASSERT_NE(holder.fsopen(wide.c_str(), L"rb", c.held), nullptr);
+        PmFILE second;
+        EXPECT_EQ(second.fsopen(wide.c_str(), c.mode, c.asked) != nullptr, c.opens)
+            << std::hex << c.held << " " << c.asked;
+        second.fclose();
+        holder.fclose();
+        std::ifstream in(path_, std::ios::binary);
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "kept")
+            << "a refused \"w\" truncates nothing";
+    }
+}
+
 TEST_F(TextFile, RoundTripsThroughEveryWrittenFormat) {
     const std::wstring text = L"line one\nZ\x00E9\x4E2D\\U+0041\n";
     for (unsigned format : {2u, 3u, 4u}) {

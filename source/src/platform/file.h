@@ -14,6 +14,7 @@ constexpr std::uint32_t kGenericRead = 0x80000000u;
 constexpr std::uint32_t kGenericWrite = 0x40000000u;
 constexpr std::uint32_t kFileShareRead = 0x1;
 constexpr std::uint32_t kFileShareWrite = 0x2;
+constexpr std::uint32_t kFileShareDelete = 0x4;
 constexpr std::uint32_t kCreateNew = 1;
 constexpr std::uint32_t kCreateAlways = 2;
 constexpr std::uint32_t kOpenExisting = 3;
@@ -33,8 +34,9 @@ struct FileOpenResult {
 };
 
 // CreateFileW without security attributes or template. On POSIX the share mode is
-// enforced between every open made through the library (see platform/sharelock.h once
-// present); the flags are hints there.
+// enforced between every open made through the library, in any process (see
+// posix/sharelock.h), and refused opens fail with kErrorSharingViolation; the flags are
+// hints there.
 FileOpenResult openFile(const wchar_t* path, std::uint32_t access, std::uint32_t share,
                         std::uint32_t disposition, std::uint32_t flags);
 

@@ -16,8 +16,9 @@ constexpr int kShareDenyNone = 0x40;
 // mode is binary there. A mode with "ccs=" fails (errno EINVAL). Null on failure.
 std::FILE* openStream(const wchar_t* path, const wchar_t* mode);
 
-// Windows: _wfsopen. POSIX: as openStream; POSIX has no mandatory share modes, so the
-// flag is checked for validity and otherwise not enforced.
+// Windows: _wfsopen. POSIX: as openStream, with the share flag enforced against every
+// open made through the library (posix/sharelock.h): a refused open fails with errno
+// EACCES, as the runtime's does, and a "w" stream truncates only once it is allowed.
 std::FILE* openSharedStream(const wchar_t* path, const wchar_t* mode, int shareFlag);
 
 } // namespace xo::platform

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "platform/error.h"
+#include "platform/posix/sharelock.h"
 #include "platform/posix/utf8path.h"
 
 namespace xo::platform {
@@ -78,9 +79,23 @@ bool refusesWriting(const std::string& path, std::uint32_t access, int dispositi
            (st.st_mode & kAnyWrite) == 0;
 }
 
+// Share modes are settled before anything is changed: a refused open truncates nothing.
+std::uint32_t settle(int fd, std::uint32_t access, std::uint32_t share, bool truncates) {
+    struct stat st;
+    if (::fstat(fd, &st) != 0 || S_ISDIR(st.st_mode))
+        return kErrorAccessDenied; // a folder is not a file, as on Windows
+    const ShareRequest request{(access & kGenericRead) != 0, (access & kGenericWrite) != 0, false,
+                               share};
+    if (const std::uint32_t refused = takeShareLocks(fd, request))
+        return refused;
+    if (truncates && st.st_size != 0 && ::ftruncate(fd, 0) != 0)
+        return win32ErrorFromErrno(errno);
+    return kErrorSuccess;
+}
+
 } // namespace
 
-FileOpenResult openFile(const wchar_t* path, std::uint32_t access, std::uint32_t,
+FileOpenResult openFile(const wchar_t* path, std::uint32_t access, std::uint32_t share,
                         std::uint32_t disposition, std::uint32_t) {
     std::string narrow;
     if (!pathToUtf8(path, narrow))
@@ -94,14 +109,14 @@ FileOpenResult openFile(const wchar_t* path, std::uint32_t access, std::uint32_t
         return failed(kErrorAccessDenied);
     int fd;
     do {
-        fd = ::open(narrow.c_str(), accessFlags(access) | create | O_CLOEXEC, kNewFileMode);
+        fd = ::open(narrow.c_str(), accessFlags(access) | (create & ~O_TRUNC) | O_CLOEXEC,
+                    kNewFileMode);
     } while (fd < 0 && errno == EINTR);
     if (fd < 0)
         return failed(openError(errno, narrow));
-    struct stat st;
-    if (::fstat(fd, &st) != 0 || S_ISDIR(st.st_mode)) {
+    if (const std::uint32_t error = settle(fd, access, share, (create & O_TRUNC) != 0)) {
         ::close(fd);
-        return failed(kErrorAccessDenied); // a folder is not a file, as on Windows
+        return failed(error);
     }
     return {handleOf(fd), kErrorSuccess};
 }
