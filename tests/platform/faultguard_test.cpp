@@ -44,7 +44,9 @@ TEST_F(NoAccessPage, OwnedFaultIsReturnedAndTheWorkBeforeItKept) {
     };
     EXPECT_EQ(os::runGuarded(os::kFaultAccessViolation, body, &work), os::kFaultAccessViolation);
     EXPECT_EQ(work.steps, 1);
-    EXPECT_EQ(os::runGuarded(os::kFaultAccessViolation, [](void*) {}, nullptr), os::kNoFault);
+    EXPECT_EQ(os::runGuarded(
+                  os::kFaultAccessViolation, [](void*) {}, nullptr),
+              os::kNoFault);
 }
 
 TEST_F(NoAccessPage, NestedGuardsGiveTheFaultToTheOneThatOwnsIt) {
