@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 #include <vector>
@@ -18,17 +19,21 @@ namespace {
 
 namespace os = xo::platform;
 
-// A page reserved without access: reading it is an access violation on both targets.
+// A page reserved without access, right after a readable one: reading it is an access
+// violation on both targets.
 class NoAccessPage : public ::testing::Test {
 protected:
     void SetUp() override {
-        page_ = static_cast<const volatile char*>(os::reserveAligned(os::kPageSize, 65536));
-        ASSERT_NE(page_, nullptr);
+        base_ = static_cast<char*>(os::reserveAligned(2 * os::kPageSize, 65536));
+        ASSERT_NE(base_, nullptr);
+        ASSERT_TRUE(os::commit(base_, os::kPageSize));
+        for (std::size_t i = 0; i < os::kPageSize; ++i)
+            base_[i] = char(i * 7 + 1);
     }
-    void TearDown() override { os::release(const_cast<char*>(page_), os::kPageSize); }
+    void TearDown() override { os::release(base_, 2 * os::kPageSize); }
     static void touch(void* page) { (void)*static_cast<const volatile char*>(page); }
-    void* page() const { return const_cast<char*>(page_); }
-    const volatile char* page_ = nullptr;
+    void* page() const { return base_ + os::kPageSize; }
+    char* base_ = nullptr;
 };
 
 TEST_F(NoAccessPage, OwnedFaultIsReturnedAndTheWorkBeforeItKept) {
@@ -63,6 +68,43 @@ TEST_F(NoAccessPage, NestedGuardsGiveTheFaultToTheOneThatOwnsIt) {
     EXPECT_EQ(nest.inner, 99u) << "the inner guard never returned";
     EXPECT_EQ(os::runGuarded(os::kFaultAccessViolation, touch, page()), os::kFaultAccessViolation)
         << "the jump out of the inner guard left no stale guard behind";
+}
+
+// Each path of the copy (bytes, words, the string move from 256 bytes on), ending just
+// before the unreadable page or running into it.
+TEST_F(NoAccessPage, GuardedCopyCopiesExactlyOrReportsTheFault) {
+    struct Case {
+        std::size_t before; // bytes of the readable page before the end of the source
+        std::size_t count;
+    };
+    const Case cases[] = {{0, 0},       {1, 1}, {7, 7},  {8, 8},   {13, 13},   {300, 300},
+                          {4096, 4096}, {1, 2}, {8, 16}, {13, 14}, {100, 300}, {255, 256}};
+    std::vector<char> dest(os::kPageSize + 16);
+    for (const Case& c : cases) {
+        const char* src = static_cast<const char*>(page()) - c.before;
+        std::fill(dest.begin(), dest.end(), '\0');
+        const bool fits = c.count <= c.before;
+        EXPECT_EQ(os::copyGuarded(dest.data(), src, c.count, os::kFaultAccessViolation), fits)
+            << c.before << " " << c.count;
+        if (fits) {
+            EXPECT_TRUE(std::equal(src, src + c.count, dest.begin())) << c.count;
+        }
+        EXPECT_EQ(dest[c.count], '\0') << "nothing written beyond the count";
+    }
+}
+
+TEST_F(NoAccessPage, GuardedCopyLeavesAFaultItDoesNotOwnToTheGuardsAround) {
+    struct Copy {
+        void* src;
+        bool copied;
+    } copy{page(), true};
+    const auto body = [](void* context) {
+        auto* c = static_cast<Copy*>(context);
+        char byte;
+        c->copied = os::copyGuarded(&byte, c->src, 1, os::kFaultPageNotReadable);
+    };
+    EXPECT_EQ(os::runGuarded(os::kFaultAccessViolation, body, &copy), os::kFaultAccessViolation);
+    EXPECT_TRUE(copy.copied) << "the copy never returned";
 }
 
 TEST_F(NoAccessPage, ThreadsFaultingAtOnceEachGetTheirOwn) {
@@ -125,6 +167,15 @@ TEST_F(NoAccessPage, FaultNotOwnedReachesTheHostsHandler) {
             action.sa_handler = hostHandler;
             ::sigaction(SIGSEGV, &action, nullptr);
             os::runGuarded(os::kFaultPageNotReadable, touch, page());
+        },
+        ::testing::ExitedWithCode(42), "");
+    EXPECT_EXIT(
+        {
+            struct sigaction action = {};
+            action.sa_handler = hostHandler;
+            ::sigaction(SIGSEGV, &action, nullptr);
+            char byte;
+            os::copyGuarded(&byte, page(), 1, os::kFaultPageNotReadable);
         },
         ::testing::ExitedWithCode(42), "");
 }

@@ -4,10 +4,10 @@
 
 #include "XoFileSystem.h"
 #include "diagnostics/xothrow.h"
+#include "platform/faultguard.h"
 #include "platform/file.h"
 #include "stream/xostreamcopy.h"
 #include "stream/xostreammessages.h"
-#include "stream/xoviewcopy.h"
 
 namespace {
 
@@ -89,7 +89,10 @@ void XoFileIStreamBuf::readBytes(unsigned char* dest, unsigned int count) {
     }
     if (xo::streamEnd(m_nViewPosition, count) > m_nMappedSize)
         xo::throwWithMessage(xo::kEndOfFile);
-    if (!xo::copyFromView(dest, m_pView + m_nViewPosition, count))
+    // A file truncated under the view, or a device gone, fails the page in: reported, not
+    // a crash. Any other fault is the caller's and stays one.
+    if (!xo::platform::copyGuarded(dest, m_pView + m_nViewPosition, count,
+                                   xo::platform::kFaultPageNotReadable))
         xo::throwWithMessage(xo::kInPageError);
     m_nViewPosition += count;
 }

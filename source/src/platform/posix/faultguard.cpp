@@ -2,9 +2,36 @@
 
 #include <setjmp.h>
 #include <signal.h>
+#include <ucontext.h>
 
 #include <atomic>
+#include <cstring>
 #include <mutex>
+
+#include "platform/faultablecopy.h"
+
+#if XO_HAS_FAULTABLE_COPY
+// System V: destination, source, count, owned kinds arrive in rdi, rsi, rdx, rcx.
+asm(".text\n"
+    ".globl xo_faultable_copy\n"
+    ".hidden xo_faultable_copy\n"
+    ".globl xo_faultable_copy_end\n"
+    ".hidden xo_faultable_copy_end\n"
+    ".globl xo_faultable_copy_recover\n"
+    ".hidden xo_faultable_copy_recover\n"
+    ".type xo_faultable_copy, @function\n"
+    "xo_faultable_copy:\n"
+    "    mov %rcx, %r9\n"
+    "    cmp $1, %rdx\n"
+    "    jne 7f\n"
+    "    movzbl (%rsi), %eax\n"
+    "    mov %al, (%rdi)\n"
+    "    mov $1, %eax\n"
+    "    ret\n"
+    "7:  mov %rdx, %rcx\n"
+    "    mov %rdi, %r10\n"
+    "    mov %rsi, %r11\n" XO_FAULTABLE_COPY_BODY ".size xo_faultable_copy, .-xo_faultable_copy\n");
+#endif
 
 namespace xo::platform {
 
@@ -45,7 +72,26 @@ void passOn(int signal, siginfo_t* info, void* context) {
     }
 }
 
+// True when the fault was the faultable copy's, which then returns its failure.
+bool repairedCopy(int signal, void* context) {
+#if XO_HAS_FAULTABLE_COPY
+    auto* registers = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
+    const std::uintptr_t resume = faultableCopyResume(
+        std::uintptr_t(registers[REG_RIP]), kindOf(signal), std::uint64_t(registers[REG_R9]));
+    if (resume == 0)
+        return false;
+    registers[REG_RIP] = greg_t(resume);
+    return true;
+#else
+    (void)signal;
+    (void)context;
+    return false;
+#endif
+}
+
 void onFault(int signal, siginfo_t* info, void* context) {
+    if (repairedCopy(signal, context))
+        return;
     Guard* innermost = t_guard;
     for (Guard* guard = innermost; guard != nullptr; guard = guard->outer) {
         if ((guard->owned & kindOf(signal)) == 0)
@@ -82,20 +128,22 @@ void install() {
 
 } // namespace
 
+std::atomic<bool> detail::g_handlerInstalled{false};
+
+void detail::installHandler() {
+    static std::mutex installing;
+    const std::lock_guard<std::mutex> lock(installing);
+    if (!g_handlerInstalled.load(std::memory_order_relaxed)) {
+        install();
+        g_handlerInstalled.store(true, std::memory_order_release);
+    }
+}
+
 namespace {
 
-// Installed once, on first use: a load and a test afterwards.
-std::atomic<bool> g_installed{false};
-std::mutex g_installing;
-
 void ensureInstalled() {
-    if (g_installed.load(std::memory_order_acquire))
-        return;
-    const std::lock_guard<std::mutex> lock(g_installing);
-    if (!g_installed.load(std::memory_order_relaxed)) {
-        install();
-        g_installed.store(true, std::memory_order_release);
-    }
+    if (!detail::g_handlerInstalled.load(std::memory_order_acquire))
+        detail::installHandler();
 }
 
 } // namespace
@@ -121,6 +169,24 @@ FaultKinds runGuarded(FaultKinds owned, GuardedBody body, void* context) {
         ::siglongjmp(outer->jump, 1);
     }
     return guard.caught;
+}
+
+namespace {
+struct Copy {
+    void* dest;
+    const void* src;
+    std::size_t count;
+};
+void copy(void* context) {
+    const auto* c = static_cast<const Copy*>(context);
+    std::memcpy(c->dest, c->src, c->count);
+}
+} // namespace
+
+// Where there is no faultable copy for the processor.
+bool detail::copyUnderGuard(void* dest, const void* src, std::size_t count, FaultKinds owned) {
+    Copy c{dest, src, count};
+    return runGuarded(owned, copy, &c) == kNoFault;
 }
 
 } // namespace xo::platform

@@ -2,6 +2,30 @@
 
 #include <windows.h>
 
+#include "platform/faultablecopy.h"
+
+// Windows x64: destination, source, count, owned kinds arrive in rcx, rdx, r8, r9; rdi
+// and rsi belong to the caller. The routine never moves the stack pointer, so it needs
+// no unwind data: the system treats it as a leaf.
+asm(".text\n"
+    ".globl xo_faultable_copy\n"
+    ".globl xo_faultable_copy_end\n"
+    ".globl xo_faultable_copy_recover\n"
+    ".def xo_faultable_copy; .scl 2; .type 32; .endef\n"
+    "xo_faultable_copy:\n"
+    "    mov %rdi, %r10\n"
+    "    mov %rsi, %r11\n"
+    "    cmp $1, %r8\n"
+    "    jne 7f\n"
+    "    movzbl (%rdx), %eax\n"
+    "    mov %al, (%rcx)\n"
+    "    mov $1, %eax\n"
+    "    ret\n"
+    "7:\n"
+    "    mov %rcx, %rdi\n"
+    "    mov %rdx, %rsi\n"
+    "    mov %r8, %rcx\n" XO_FAULTABLE_COPY_BODY);
+
 namespace xo::platform {
 
 namespace {
@@ -61,6 +85,14 @@ Guards& guards() {
 
 LONG CALLBACK Guards::onException(EXCEPTION_POINTERS* pointers) {
     const FaultKinds kind = kindOf(pointers->ExceptionRecord->ExceptionCode);
+    CONTEXT* registers = pointers->ContextRecord;
+    if (kind != kNoFault) {
+        if (const std::uintptr_t resume =
+                faultableCopyResume(registers->Rip, kind, registers->R9)) {
+            registers->Rip = resume;
+            return EXCEPTION_CONTINUE_EXECUTION;
+        }
+    }
     for (Guard* guard = guards().current(); guard != nullptr; guard = guard->outer) {
         if ((guard->owned & kind) == 0)
             continue;
@@ -90,6 +122,13 @@ FaultKinds runGuarded(FaultKinds owned, GuardedBody body, void* context) {
     }
     all.setCurrent(guard.outer);
     return guard.caught;
+}
+
+std::atomic<bool> detail::g_handlerInstalled{false};
+
+void detail::installHandler() {
+    guards();
+    g_handlerInstalled.store(true, std::memory_order_release);
 }
 
 } // namespace xo::platform
