@@ -152,6 +152,31 @@ TEST(FaultGuard, InPageErrorIsOwnedAndOtherCodesReachTheHost) {
     ::RemoveVectoredExceptionHandler(host);
 }
 
+// Wine reports a view whose file was cut short as an access violation, and Windows will
+// not cut a mapped file: the page that cannot be brought in is made here, by turning the
+// access violation on the test's page into the code Windows raises for it.
+std::atomic<const char*> g_pageNotBroughtIn{nullptr};
+
+LONG CALLBACK pageNotBroughtIn(EXCEPTION_POINTERS* pointers) {
+    EXCEPTION_RECORD* record = pointers->ExceptionRecord;
+    const auto* at = reinterpret_cast<const char*>(record->ExceptionInformation[1]);
+    const char* page = g_pageNotBroughtIn.load();
+    if (record->ExceptionCode == EXCEPTION_ACCESS_VIOLATION && at >= page && at < page + 4096)
+        record->ExceptionCode = EXCEPTION_IN_PAGE_ERROR;
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+TEST_F(NoAccessPage, GuardedCopyOwnsThePageThatCannotBeBroughtIn) {
+    char byte = 0;
+    ASSERT_TRUE(os::copyGuarded(&byte, base_, 1, os::kFaultPageNotReadable)); // installs
+    g_pageNotBroughtIn = static_cast<const char*>(page());
+    void* converter = ::AddVectoredExceptionHandler(1, pageNotBroughtIn);
+    char bytes[300];
+    for (std::size_t count : {1u, 40u, 300u})
+        EXPECT_FALSE(os::copyGuarded(bytes, page(), count, os::kFaultPageNotReadable)) << count;
+    ::RemoveVectoredExceptionHandler(converter);
+}
+
 #else
 
 void hostHandler(int) {

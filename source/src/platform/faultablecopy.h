@@ -14,7 +14,7 @@
 extern "C" {
 // 1 when count bytes were copied, 0 when a fault of a kind in owned stopped the copy.
 __attribute__((visibility("hidden"))) int xo_faultable_copy(void* dest, const void* src,
-                                                             std::size_t count, unsigned owned);
+                                                            std::size_t count, unsigned owned);
 __attribute__((visibility("hidden"))) extern const char xo_faultable_copy_end[];
 __attribute__((visibility("hidden"))) extern const char xo_faultable_copy_recover[];
 }
@@ -42,42 +42,42 @@ inline std::uintptr_t faultableCopyResume(std::uintptr_t pc, unsigned kind,
 // overlapping move; from 256 on, the processor's string move, as fast as memcpy. Any
 // instruction may fault: each leaves only scratch registers changed (rax, r8, xmm0 and
 // the moving pointers).
-#define XO_FAULTABLE_COPY_BODY \
-    "    cmp $256, %rcx\n" \
-    "    jae 3f\n" \
-    "    cmp $16, %rcx\n" \
-    "    jb 2f\n" \
-    "    lea -16(%rsi,%rcx), %r8\n" \
-    "    lea -16(%rdi,%rcx), %rax\n" \
-    "1:  movups (%rsi), %xmm0\n" \
-    "    movups %xmm0, (%rdi)\n" \
-    "    add $16, %rsi\n" \
-    "    add $16, %rdi\n" \
-    "    sub $16, %rcx\n" \
-    "    cmp $16, %rcx\n" \
-    "    jae 1b\n" \
-    "    movups (%r8), %xmm0\n" \
-    "    movups %xmm0, (%rax)\n" \
-    "    jmp 4f\n" \
-    "2:  test %rcx, %rcx\n" \
-    "    jz 4f\n" \
-    "5:  movzbl (%rsi), %eax\n" \
-    "    mov %al, (%rdi)\n" \
-    "    inc %rsi\n" \
-    "    inc %rdi\n" \
-    "    dec %rcx\n" \
-    "    jnz 5b\n" \
-    "    jmp 4f\n" \
-    "3:  rep movsb\n" \
-    "4:  mov %r10, %rdi\n" \
-    "    mov %r11, %rsi\n" \
-    "    mov $1, %eax\n" \
-    "    ret\n" \
-    "xo_faultable_copy_end:\n" \
-    "xo_faultable_copy_recover:\n" \
-    "    mov %r10, %rdi\n" \
-    "    mov %r11, %rsi\n" \
-    "    xor %eax, %eax\n" \
+#define XO_FAULTABLE_COPY_BODY                                                                     \
+    "    cmp $256, %rcx\n"                                                                         \
+    "    jae 3f\n"                                                                                 \
+    "    cmp $16, %rcx\n"                                                                          \
+    "    jb 2f\n"                                                                                  \
+    "    lea -16(%rsi,%rcx), %r8\n"                                                                \
+    "    lea -16(%rdi,%rcx), %rax\n"                                                               \
+    "1:  movups (%rsi), %xmm0\n"                                                                   \
+    "    movups %xmm0, (%rdi)\n"                                                                   \
+    "    add $16, %rsi\n"                                                                          \
+    "    add $16, %rdi\n"                                                                          \
+    "    sub $16, %rcx\n"                                                                          \
+    "    cmp $16, %rcx\n"                                                                          \
+    "    jae 1b\n"                                                                                 \
+    "    movups (%r8), %xmm0\n"                                                                    \
+    "    movups %xmm0, (%rax)\n"                                                                   \
+    "    jmp 4f\n"                                                                                 \
+    "2:  test %rcx, %rcx\n"                                                                        \
+    "    jz 4f\n"                                                                                  \
+    "5:  movzbl (%rsi), %eax\n"                                                                    \
+    "    mov %al, (%rdi)\n"                                                                        \
+    "    inc %rsi\n"                                                                               \
+    "    inc %rdi\n"                                                                               \
+    "    dec %rcx\n"                                                                               \
+    "    jnz 5b\n"                                                                                 \
+    "    jmp 4f\n"                                                                                 \
+    "3:  rep movsb\n"                                                                              \
+    "4:  mov %r10, %rdi\n"                                                                         \
+    "    mov %r11, %rsi\n"                                                                         \
+    "    mov $1, %eax\n"                                                                           \
+    "    ret\n"                                                                                    \
+    "xo_faultable_copy_end:\n"                                                                     \
+    "xo_faultable_copy_recover:\n"                                                                 \
+    "    mov %r10, %rdi\n"                                                                         \
+    "    mov %r11, %rsi\n"                                                                         \
+    "    xor %eax, %eax\n"                                                                         \
     "    ret\n"
 
 #endif
