@@ -7,6 +7,7 @@
 #include "PnCharFormatter.h"
 #include "VeskCrashRecorder.h"
 #include "VeskErrorStatus.h"
+#include "VeskSystemInfo.h"
 #include "XoAnsiTextIterator.h"
 #include "XoAsserter.h"
 #include "XoCharCategory.h"
