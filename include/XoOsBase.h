@@ -1,4 +1,5 @@
-// Everything the library exports.
+/// \file
+/// Everything the library exports: include it for the whole interface.
 #pragma once
 
 #include "CReadUserDefBigfontIni.h"

@@ -1,13 +1,14 @@
-// The reference-counted, copy-on-write dynamic array. A vector is one pointer to a
-// control block (XoVectorData) that holds the reference count and lengths and points to
-// the element array; copies share the block until one of them writes.
-//
-// The library exports XoVector<char> and XoVector<wchar_t> (with the default allocator,
-// reference counter and grow policy) with every member; other element types are
-// instantiated from this header. Members are defined out of the class on purpose:
-// mingw never exports inline members, and a client that does not inline them would
-// find them missing. append and push_back are the exception (XOOSBASE_CLIENT_INLINE):
-// inline in clients, which then call the library only when the block must change.
+/// \file
+/// The reference-counted, copy-on-write dynamic array. A vector is one pointer to a
+/// control block (XoVectorData) that holds the reference count and lengths and points to
+/// the element array; copies share the block until one of them writes.
+///
+/// The library exports XoVector<char> and XoVector<wchar_t> (with the default allocator,
+/// reference counter and grow policy) with every member; other element types are
+/// instantiated from this header. Members are defined out of the class on purpose:
+/// mingw never exports inline members, and a client that does not inline them would
+/// find them missing. append and push_back are the exception (XOOSBASE_CLIENT_INLINE):
+/// inline in clients, which then call the library only when the block must change.
 #pragma once
 
 #include "VeskErrorStatus.h"
@@ -26,6 +27,8 @@
 #include <type_traits>
 #include <utility>
 
+/// \cond
+// Helpers of the members' definitions, kept out of the API reference.
 namespace xo::vector {
 
 // Element types held as plain bytes: copied by byte copy, value-initialised by zeros.
@@ -124,16 +127,19 @@ void appendCopy(V& vector, const T& element) {
 }
 
 } // namespace xo::vector
+/// \endcond
 
-// Element arrays, null when memory runs out; every element up to the physical length is
-// a constructed (value-initialised) object. Other types: new[] and delete[]. Plain types
-// (trivial ones: numbers, characters, pointers, simple structs): the C runtime's malloc,
-// realloc and free, with the array's room kept in front of it, and reallocate, which
-// keeps the first elements, zeroes the room it adds and at least doubles the room when
-// it grows, so that a vector that grows by its grow length reallocates only now and
-// then. The vector's lengths do not change with it: the room beyond the
-// physical length is the allocator's own, and holds zeroes.
+/// The default element allocator of XoVector. Element arrays, null when memory runs out;
+/// every element up to the physical length is a constructed (value-initialised) object.
+/// Other types: new[] and delete[]. Plain types (trivial ones: numbers, characters,
+/// pointers, simple structs): the C runtime's malloc, realloc and free, with the array's
+/// room kept in front of it, and reallocate, which keeps the first elements, zeroes the
+/// room it adds and at least doubles the room when it grows, so that a vector that grows
+/// by its grow length reallocates only now and then. The vector's lengths do not change
+/// with it: the room beyond the physical length is the allocator's own, and holds zeroes.
 template <class T> struct XoDefaultMemAllocator {
+    /// An array of n value-initialised elements; null when memory runs out, and for a
+    /// negative n with plain types. An exception of T's constructor passes through.
     static T* allocate(std::int32_t n) {
         if constexpr (xo::vector::kPlain<T>) {
             if (n < 0)
@@ -148,6 +154,9 @@ template <class T> struct XoDefaultMemAllocator {
             return new (std::nothrow) T[n]();
         }
     }
+    /// The array resized to room for at least n elements (plain types only), the first
+    /// ones kept and the added room zeroed; null when memory runs out, the old array then
+    /// still valid.
     template <class U = T, std::enable_if_t<xo::vector::kPlain<U>, int> = 0>
     static T* reallocate(T* elements, std::int32_t n) {
         auto* head = reinterpret_cast<xo::vector::ArrayHead*>(elements) - 1;
@@ -173,11 +182,13 @@ template <class T> struct XoDefaultMemAllocator {
             wanted = n; // no room for the step: exactly what is asked
         }
     }
-    // Elements the array has room for, the physical length or more.
+    /// Elements the array has room for, the physical length or more (plain types only);
+    /// unchecked, so elements must be an array of this allocator.
     template <class U = T, std::enable_if_t<xo::vector::kPlain<U>, int> = 0>
     static std::int64_t room(const T* elements) {
         return reinterpret_cast<const xo::vector::ArrayHead*>(elements)[-1].room;
     }
+    /// Frees an array of this allocator; null is ignored and it cannot fail.
     static void deallocate(T* elements) {
         if constexpr (xo::vector::kPlain<T>) {
             if (elements != nullptr)
@@ -188,25 +199,29 @@ template <class T> struct XoDefaultMemAllocator {
     }
 };
 
-// The reference count of a control block: unsigned 32-bit, changed atomically, so
-// copies of one vector may be made and dropped on different threads.
+/// The reference count of a control block: unsigned 32-bit, changed atomically, so
+/// copies of one vector may be made and dropped on different threads. Nothing here can
+/// fail.
 struct XoRefCounter {
+    /// The count's type.
     using Count = std::atomic<std::uint32_t>;
+    /// One more reference.
     static void addRef(Count& count) { count.fetch_add(1, std::memory_order_relaxed); }
-    // Returns the count left.
+    /// One reference less; returns the count left.
     static std::uint32_t release(Count& count) {
         return count.fetch_sub(1, std::memory_order_acq_rel) - 1;
     }
+    /// The references held.
     static std::uint32_t count(const Count& count) { return count.load(std::memory_order_acquire); }
 };
 
-// How the physical length follows the logical one.
+/// How the physical length follows the logical one. Nothing here can fail.
 struct XoVectorDefaultGrowPolicy {
-    // The grow length of a block made when there was none.
+    /// The grow length of a block made when there was none.
     static constexpr std::int32_t kGrowLength = 8;
 
-    // Room when the logical length must pass the physical one: the larger of the wanted
-    // length and the logical length plus the grow length.
+    /// Room when the logical length must pass the physical one: the larger of the wanted
+    /// length and the logical length plus the grow length, at most the largest int.
     static std::int32_t grownLength(std::int32_t logical, std::int32_t growLength,
                                     std::int32_t wanted) {
         const std::int64_t stepped = std::int64_t(logical) + growLength;
@@ -215,21 +230,21 @@ struct XoVectorDefaultGrowPolicy {
         const std::int64_t most = std::numeric_limits<std::int32_t>::max();
         return std::int32_t(stepped > most ? most : stepped);
     }
-    // Room of a private copy: the old room, 16 when there was none.
+    /// Room of a private copy: the old room, 16 when there was none.
     static std::int32_t copyLength(std::int32_t physical) { return physical == 0 ? 16 : physical; }
 };
 
-// The control block of a vector, allocated with _xoMalloc. Its layout is shared with
-// client modules.
+/// The control block of a vector, allocated with _xoMalloc. Its layout is shared with
+/// client modules.
 struct XOOSBASE_API XoVectorData {
-    XoRefCounter::Count m_nRefs;
-    std::int32_t m_nLogicalLength;  // elements in use
-    std::int32_t m_nPhysicalLength; // elements allocated
-    std::int32_t m_nGrowLength;
-    void* m_pElements; // from the vector's element allocator
+    XoRefCounter::Count m_nRefs;    ///< the vectors that share the block
+    std::int32_t m_nLogicalLength;  ///< elements in use
+    std::int32_t m_nPhysicalLength; ///< elements allocated
+    std::int32_t m_nGrowLength;     ///< the least growth when appending needs room
+    void* m_pElements;              ///< from the vector's element allocator; null for none
 
-    // Tells the crash recorder and throws a new XoErrorStatus with the status (line 0,
-    // file ""): how every vector fails, whatever its element type.
+    /// Tells the crash recorder and throws a new XoErrorStatus with the status (line 0,
+    /// file `""`): how every vector fails, whatever its element type. Never returns.
     [[noreturn]] static void throwErrorStatus(Vesk::ErrorStatus status);
 };
 
@@ -239,94 +254,142 @@ static_assert(offsetof(XoVectorData, m_nLogicalLength) == 4 &&
                   offsetof(XoVectorData, m_pElements) == 16 && sizeof(XoVectorData) == 24,
               "clients compile against this layout");
 
-// The shared empty block: reference count 1 (never freed), lengths 0, grow length 8, no
-// elements. Vectors emptied by clear() or setPhysicalLength(0) point at it.
+/// The shared empty block: reference count 1 (never freed), lengths 0, grow length 8, no
+/// elements. Vectors emptied by clear() or setPhysicalLength(0) point at it.
 extern XOOSBASE_API XoVectorData* const gpEmptyVectorData;
 
-// Lengths and indexes are int (32-bit), as in the control block. A default vector has
-// no block at all; both that and the shared empty block mean no elements.
-//
-// Copy-on-write: copying shares the block (one atomic increment). Every writable access
-// (non-const data, begin, end, operator[], at, front, back) first gives a shared vector
-// a private copy, so read through a const reference where no write is meant. Elements
-// between the logical and the physical length stay constructed: shrinking keeps them,
-// and growing within the room shows them again.
-//
-// Failures: append and writable access throw XoErrorStatus* (Vesk::eOutOfMemory = 2)
-// when they cannot get storage, at() throws XoErrorStatus* (Vesk::eIndexOutOfRange = 24)
-// for an index outside [0, size()); the catcher deletes the exception. An append whose
-// element assignment throws leaves the logical length as it was. setLogicalLength,
-// setPhysicalLength and setGrowLength change nothing when memory runs out.
-//
-// Threads: copies sharing a block may live on different threads; one vector is written
-// by one thread at a time.
+/// The reference-counted, copy-on-write dynamic array.
+///
+/// Lengths and indexes are int (32-bit), as in the control block. A default vector has
+/// no block at all; both that and the shared empty block mean no elements.
+///
+/// Copy-on-write: copying shares the block (one atomic increment). Every writable access
+/// (non-const data, begin, end, operator[], at, front, back) first gives a shared vector
+/// a private copy, so read through a const reference where no write is meant. Elements
+/// between the logical and the physical length stay constructed: shrinking keeps them,
+/// and growing within the room shows them again.
+///
+/// Failures: append and writable access throw XoErrorStatus* (Vesk::eOutOfMemory = 2)
+/// when they cannot get storage, at() throws XoErrorStatus* (Vesk::eIndexOutOfRange = 24)
+/// for an index outside [0, size()); the catcher deletes the exception. An append whose
+/// element assignment throws leaves the logical length as it was. setLogicalLength,
+/// setPhysicalLength and setGrowLength change nothing when memory runs out. Exceptions of
+/// the element type's constructors and assignments pass through.
+///
+/// Threads: copies sharing a block may live on different threads; one vector is written
+/// by one thread at a time.
 template <class T, class Allocator = XoDefaultMemAllocator<T>, class RefCounter = XoRefCounter,
           class GrowPolicy = XoVectorDefaultGrowPolicy>
 class XoVector {
 public:
-    using value_type = T;
-    using size_type = int;
-    using reference = T&;
-    using const_reference = const T&;
-    using pointer = T*;
-    using const_pointer = const T*;
-    using iterator = T*;
-    using const_iterator = const T*;
+    using value_type = T;             ///< the element type
+    using size_type = int;            ///< lengths and indexes
+    using reference = T&;             ///< a writable element
+    using const_reference = const T&; ///< a read-only element
+    using pointer = T*;               ///< a writable element pointer
+    using const_pointer = const T*;   ///< a read-only element pointer
+    using iterator = T*;              ///< a writable iterator
+    using const_iterator = const T*;  ///< a read-only iterator
 
+    /// No block at all: no elements. Cannot fail.
     XoVector() noexcept;
-    // Shares the other's block.
+    /// Shares the other's block; cannot fail.
     XoVector(const XoVector& other) noexcept;
+    /// Takes the other's block, leaving the other without one; cannot fail.
     XoVector(XoVector&& other) noexcept;
+    /// Drops the vector's reference; the last one destroys the elements and frees the
+    /// block. Cannot fail unless an element's destructor throws.
     ~XoVector();
+    /// Shares the other's block, dropping the own one; returns this vector.
     XoVector& operator=(const XoVector& other);
+    /// Takes the other's block, dropping the own one and leaving the other without one;
+    /// cannot fail.
     XoVector& operator=(XoVector&& other) noexcept;
 
-    // The logical length.
+    /// The logical length; 0 without a block. Cannot fail.
     int size() const;
+    /// Whether the logical length is 0; cannot fail.
     bool empty() const;
-    // The physical length.
+    /// The physical length; 0 without a block. Cannot fail.
     int capacity() const;
+    /// The grow length of the block; 8 without a block. Cannot fail.
     int growLength() const;
-    // Sets the grow length of this vector's block (a shared block is copied first).
+    /// Sets the grow length of this vector's block (a shared block is copied first). When
+    /// memory runs out nothing changes.
     void setGrowLength(int growLength);
+    /// Whether other vectors share the block; cannot fail.
     bool isShared() const;
 
-    // Sets the logical length. Within the room a shared block is copied first (room
-    // kept, 16 if it was 0); past the room the physical length becomes
-    // max(n, size() + growLength()). Negative counts as 0.
+    /// Sets the logical length. Within the room a shared block is copied first (room
+    /// kept, 16 if it was 0); past the room the physical length becomes
+    /// max(n, size() + growLength()). Negative counts as 0. When memory runs out nothing
+    /// changes.
     void setLogicalLength(int n);
-    // Room for exactly n elements in a new private block, keeping the first
-    // min(n, size()); n <= 0 attaches the shared empty block.
+    /// Room for exactly n elements in a new private block, keeping the first
+    /// min(n, size()); n <= 0 attaches the shared empty block. When memory runs out
+    /// nothing changes.
     void setPhysicalLength(int n);
-    // setPhysicalLength(n) when n is above the physical length.
+    /// setPhysicalLength(n) when n is above the physical length; nothing changes when
+    /// memory runs out.
     void reserve(int n);
-    // Drops the storage: the vector attaches the shared empty block.
+    /// Drops the storage: the vector attaches the shared empty block. Cannot fail.
     void clear();
 
-    // Appends one element and returns it for the caller to fill.
+    /// Appends one element and returns it for the caller to fill: value-initialised, or
+    /// whatever shrinking left at that index. Throws XoErrorStatus* (Vesk::eOutOfMemory)
+    /// when the storage cannot be had, also at the largest int length.
     T& append();
+    /// Appends a copy of element, which may lie in this vector. Throws XoErrorStatus*
+    /// (Vesk::eOutOfMemory) when the storage cannot be had; when the element's assignment
+    /// throws, the logical length stays as it was.
     void append(const T& element);
+    /// append(element), with its failures.
     void push_back(const T& element);
 
-    // Unchecked access.
+    /// The element at index, read-only; unchecked.
     const T& operator[](int index) const;
+    /// The element at index, writable after unsharing; unchecked. Throws XoErrorStatus*
+    /// (Vesk::eOutOfMemory) when the private copy cannot be had.
     T& operator[](int index);
+    /// The first element, read-only; unchecked.
     const T& front() const;
+    /// The first element, writable after unsharing; unchecked. Throws XoErrorStatus*
+    /// (Vesk::eOutOfMemory) when the private copy cannot be had.
     T& front();
+    /// The last element, read-only; unchecked.
     const T& back() const;
+    /// The last element, writable after unsharing; unchecked. Throws XoErrorStatus*
+    /// (Vesk::eOutOfMemory) when the private copy cannot be had.
     T& back();
-    // Checked access.
+    /// The element at index, read-only. Throws XoErrorStatus* (Vesk::eIndexOutOfRange)
+    /// for an index outside [0, size()).
     const T& at(int index) const;
+    /// The element at index, writable after unsharing. Throws XoErrorStatus*
+    /// (Vesk::eIndexOutOfRange) for an index outside [0, size()), and
+    /// (Vesk::eOutOfMemory) when the private copy cannot be had.
     T& at(int index);
 
-    // Null when there are no elements.
+    /// The elements, read-only; null when there is no element storage (physical
+    /// length 0).
     const T* data() const;
+    /// The elements, writable after unsharing; null when there is no element storage.
+    /// Throws XoErrorStatus* (Vesk::eOutOfMemory) when the private copy cannot be had.
     T* data();
+    /// The first element, read-only; null when there is no element storage.
     const T* begin() const;
+    /// One past the last element, read-only; null when there is no element storage.
     const T* end() const;
+    /// begin() of a const vector.
     const T* cbegin() const;
+    /// end() of a const vector.
     const T* cend() const;
+    /// The first element, writable after unsharing; null when there is no element
+    /// storage. Throws XoErrorStatus* (Vesk::eOutOfMemory) when the private copy cannot be
+    /// had.
     T* begin();
+    /// One past the last element, writable after unsharing; null when there is no element
+    /// storage. Throws XoErrorStatus* (Vesk::eOutOfMemory) when the private copy cannot be
+    /// had.
     T* end();
 
 private:
@@ -349,6 +412,9 @@ private:
     XoVectorData* m_pData;
 };
 
+/// \cond
+// The definitions stay out of the API reference: doxygen cannot match them to the
+// declarations, whose template parameters are named differently.
 template <class T, class A, class R, class G>
 XoVector<T, A, R, G>::XoVector() noexcept : m_pData(nullptr) {}
 
@@ -670,6 +736,8 @@ template <class T, class A, class R, class G> T& XoVector<T, A, R, G>::append() 
         XoVectorData::throwErrorStatus(Vesk::eOutOfMemory);
     return elements()[logical];
 }
+
+/// \endcond
 
 extern template class XOOSBASE_API
     XoVector<char, XoDefaultMemAllocator<char>, XoRefCounter, XoVectorDefaultGrowPolicy>;

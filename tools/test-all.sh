@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
-# Checks the formatting, builds both targets with warnings as errors and runs every test:
-# the Linux suite under AddressSanitizer + UndefinedBehaviorSanitizer and under
-# ThreadSanitizer, the Linux release build (export list, benchmarks built), a short run
-# of every fuzzer, and the Windows suite under Wine.
+# Checks the formatting and that every public declaration is documented (the API
+# reference builds without a doxygen warning), builds both targets with warnings as
+# errors and runs every test: the Linux suite under AddressSanitizer +
+# UndefinedBehaviorSanitizer and under ThreadSanitizer, the Linux release build (export
+# list, benchmarks built), a short run of every fuzzer, and the Windows suite under Wine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash tools/install-deps.sh all
 bash tools/check-format.sh
 bash tools/check-layers.sh
+bash tools/check-apidocs.sh
 
 jobs=2
 build() {
