@@ -1,4 +1,4 @@
-/// @file
+/// \file
 /// What machine the application runs on: the Windows version code, processor counts,
 /// the monitor nearest to a rectangle, the display scale, and loading system libraries.
 /// Results that cannot change during a run are computed once and kept for the process.

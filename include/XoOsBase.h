@@ -29,6 +29,7 @@
 #include "XoMemStreamBuf.h"
 #include "XoMemStreamWrapperBuf.h"
 #include "XoMemory.h"
+#include "XoOsApi.h"
 #include "XoOsBaseExport.h"
 #include "XoPathMaker.h"
 #include "XoStreamBuf.h"

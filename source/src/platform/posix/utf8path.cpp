@@ -20,4 +20,14 @@ bool pathToUtf8(const wchar_t* wide, std::string& out) {
     return true;
 }
 
+std::wstring pathFromUtf8(const std::string& narrow) {
+    if (narrow.empty())
+        return {};
+    const int n = multiByteToWideChar(kCpUtf8, 0, narrow.data(), int(narrow.size()), nullptr, 0);
+    std::wstring out(std::size_t(n > 0 ? n : 0), L'\0');
+    if (n > 0)
+        multiByteToWideChar(kCpUtf8, 0, narrow.data(), int(narrow.size()), out.data(), n);
+    return out;
+}
+
 } // namespace xo::platform

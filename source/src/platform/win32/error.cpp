@@ -27,6 +27,7 @@ static_assert(kErrorInvalidParameter == ERROR_INVALID_PARAMETER);
 static_assert(kErrorBrokenPipe == ERROR_BROKEN_PIPE);
 static_assert(kErrorDiskFull == ERROR_DISK_FULL);
 static_assert(kErrorInsufficientBuffer == ERROR_INSUFFICIENT_BUFFER);
+static_assert(kErrorModNotFound == ERROR_MOD_NOT_FOUND);
 static_assert(kErrorInvalidName == ERROR_INVALID_NAME);
 static_assert(kErrorNegativeSeek == ERROR_NEGATIVE_SEEK);
 static_assert(kErrorDirNotEmpty == ERROR_DIR_NOT_EMPTY);
