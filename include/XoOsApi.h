@@ -37,8 +37,7 @@ public:
     using TimerProc = void (*)(HWND__*, unsigned int, UintPtr, Dword);
 
     /// ImageList_Create of comctl32: a new image list, or null.
-    static _IMAGELIST* ImageList_Create(int cx, int cy, unsigned int flags, int initial,
-                                        int grow);
+    static _IMAGELIST* ImageList_Create(int cx, int cy, unsigned int flags, int initial, int grow);
     /// ImageList_ReplaceIcon: the index of the icon, or -1.
     static int ImageList_ReplaceIcon(_IMAGELIST* list, int index, HICON__* icon);
     /// ImageList_GetIcon: a new icon, or null.
@@ -54,8 +53,7 @@ public:
     /// ImmSetCandidateWindow: nonzero on success.
     static int ImmSetCandidateWindow(HIMC__* context, tagCANDIDATEFORM* form);
     /// ImmGetCompositionStringW: bytes copied or needed, or a negative IMM_ERROR code.
-    static Long ImmGetCompositionStringW(HIMC__* context, Dword index, void* buffer,
-                                         Dword length);
+    static Long ImmGetCompositionStringW(HIMC__* context, Dword index, void* buffer, Dword length);
 #else
     using Dword = std::uint32_t;  ///< DWORD: 32 bits, as on Windows
     using Hresult = std::int32_t; ///< HRESULT
@@ -65,9 +63,9 @@ public:
     static Dword GetModuleFileNameW(HINSTANCE__* module, wchar_t* fileName, Dword size);
     /// ShellExecuteW: a value above 32 on success, else an error code such as 2 (file not
     /// found) or 31 (no program for the verb).
-    static HINSTANCE__* ShellExecuteW(HWND__* window, const wchar_t* operation,
-                                      const wchar_t* file, const wchar_t* parameters,
-                                      const wchar_t* directory, int show);
+    static HINSTANCE__* ShellExecuteW(HWND__* window, const wchar_t* operation, const wchar_t* file,
+                                      const wchar_t* parameters, const wchar_t* directory,
+                                      int show);
     /// SHGetFolderPathW: 0 with the folder's path in path (260 characters); E_INVALIDARG
     /// (0x80070057) for an unknown folder, an error HRESULT when the folder does not
     /// exist and creating it was not asked (0x80070003 on Linux).
@@ -81,8 +79,8 @@ public:
     /// KillTimer: nonzero on success.
     static int KillTimer(HWND__* window, UintPtr id);
     /// LoadImageW: the image's handle, or null.
-    static void* LoadImageW(HINSTANCE__* instance, const wchar_t* name, unsigned int type,
-                            int cx, int cy, unsigned int load);
+    static void* LoadImageW(HINSTANCE__* instance, const wchar_t* name, unsigned int type, int cx,
+                            int cy, unsigned int load);
     /// DestroyIcon: nonzero on success.
     static int DestroyIcon(HICON__* icon);
 #endif

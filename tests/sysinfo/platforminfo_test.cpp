@@ -50,13 +50,14 @@ TEST_F(Version, CodesAndWhichOfThemAreKept) {
         std::uint32_t major, minor;
         int code;
     };
-    const Case cases[] = {{10, 0, 13}, {6, 1, 9},   {6, 0, 8},   {6, 4, 12},  {6, 5, -1},
-                          {5, 0, 6},   {5, 1, 7},   {4, 0, 4},   {4, 90, 5},  {3, 51, 3},
-                          {1, 0, 1},   {0, 0, -1},  {7, 0, -1},  {11, 0, -1}, {10, 7, 13}};
+    const Case cases[] = {{10, 0, 13}, {6, 1, 9},  {6, 0, 8},  {6, 4, 12},  {6, 5, -1},
+                          {5, 0, 6},   {5, 1, 7},  {4, 0, 4},  {4, 90, 5},  {3, 51, 3},
+                          {1, 0, 1},   {0, 0, -1}, {7, 0, -1}, {11, 0, -1}, {10, 7, 13}};
     for (const Case& c : cases) {
         report(c.major, c.minor);
         unsigned major = 0, minor = 0, build = 0;
-        EXPECT_EQ(veskGetWindowsVersion(&major, &minor, &build), c.code) << c.major << "." << c.minor;
+        EXPECT_EQ(veskGetWindowsVersion(&major, &minor, &build), c.code)
+            << c.major << "." << c.minor;
         EXPECT_EQ(veskGetWindowsVersion(nullptr, nullptr, nullptr), c.code);
         EXPECT_EQ(FakeVersion::reads, c.code == -1 ? 2 : 1) << "an unknown code is read again";
         EXPECT_EQ(major, c.major);

@@ -31,7 +31,8 @@ constexpr int kFlagDontVerify = 0x4000;
 constexpr XoOsApi::Hresult kInvalidArgument = XoOsApi::Hresult(0x80070057u);
 
 bool endsWith(const std::wstring& text, const std::wstring& end) {
-    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+    return text.size() >= end.size() &&
+           text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
 TEST(XoOsApi, ModuleFileNamesWholeAndCutToFit) {
@@ -72,8 +73,8 @@ TEST(XoOsApi, FoldersKnownAndUnknown) {
 
 TEST(XoOsApi, OpeningAMissingFileIsFileNotFound) {
     const fs::path missing = fs::temp_directory_path() / "xo_no_such_file_to_open.txt";
-    const auto result = XoOsApi::ShellExecuteW(nullptr, L"open", missing.wstring().c_str(),
-                                               nullptr, nullptr, 1);
+    const auto result =
+        XoOsApi::ShellExecuteW(nullptr, L"open", missing.wstring().c_str(), nullptr, nullptr, 1);
     EXPECT_EQ(reinterpret_cast<std::intptr_t>(result), 2);
 }
 
@@ -132,14 +133,15 @@ TEST_F(MadeUpHome, OpenGoesToTheDesktopsOpener) {
     const fs::path document = home_ / "drawing.dwg";
     fs::create_directories(bin);
     std::ofstream(document) << "x";
-    std::ofstream(bin / "xdg-open") << "#!/bin/sh\necho \"$1\" > '" << log.string() << ".part'\n"
-                                    << "mv '" << log.string() << ".part' '" << log.string() << "'\n";
+    std::ofstream(bin / "xdg-open")
+        << "#!/bin/sh\necho \"$1\" > '" << log.string() << ".part'\n"
+        << "mv '" << log.string() << ".part' '" << log.string() << "'\n";
     fs::permissions(bin / "xdg-open", fs::perms::owner_all);
     ::setenv("PATH", (bin.string() + ":/usr/bin:/bin").c_str(), 1);
 
     const auto open = [&](const wchar_t* verb) {
-        return reinterpret_cast<std::intptr_t>(XoOsApi::ShellExecuteW(
-            nullptr, verb, document.wstring().c_str(), nullptr, nullptr, 1));
+        return reinterpret_cast<std::intptr_t>(
+            XoOsApi::ShellExecuteW(nullptr, verb, document.wstring().c_str(), nullptr, nullptr, 1));
     };
     EXPECT_EQ(open(L"print"), 31) << "no program for that verb";
     EXPECT_GT(open(L"open"), 32);

@@ -28,9 +28,13 @@ constexpr int kMaskBits = 64;
 // Where the system keeps its own libraries, most specific first.
 constexpr const char* kSystemLibraryFolders[] = {
 #if defined(XO_MULTIARCH)
-    "/lib/" XO_MULTIARCH, "/usr/lib/" XO_MULTIARCH,
+    "/lib/" XO_MULTIARCH,
+    "/usr/lib/" XO_MULTIARCH,
 #endif
-    "/lib64", "/usr/lib64", "/lib", "/usr/lib",
+    "/lib64",
+    "/usr/lib64",
+    "/lib",
+    "/usr/lib",
 };
 
 bool readNumber(const char* path, long* value) {

@@ -174,7 +174,7 @@ bool isOpen(const wchar_t* operation) {
     const wchar_t open[] = L"open";
     for (int i = 0; i < 5; ++i) {
         const wchar_t c = operation[i] >= L'A' && operation[i] <= L'Z' ? wchar_t(operation[i] + 32)
-                                                                      : operation[i];
+                                                                       : operation[i];
         if (c != open[i])
             return false;
     }
@@ -225,8 +225,8 @@ HINSTANCE__* XoOsApi::ShellExecuteW(HWND__*, const wchar_t* operation, const wch
         return shellResult(kShellNoAssociation);
     if (!os::pathToUtf8(file, target) || target.empty())
         return shellResult(kShellFileNotFound);
-    if (directory != nullptr && (!os::pathToUtf8(directory, folder) ||
-                                 (!folder.empty() && !isFolder(folder))))
+    if (directory != nullptr &&
+        (!os::pathToUtf8(directory, folder) || (!folder.empty() && !isFolder(folder))))
         return shellResult(kShellPathNotFound);
     if (!isUrl(target)) {
         if (target[0] != '/' && !folder.empty())
@@ -235,11 +235,10 @@ HINSTANCE__* XoOsApi::ShellExecuteW(HWND__*, const wchar_t* operation, const wch
             return shellResult(errno == ENOTDIR ? kShellPathNotFound : kShellFileNotFound);
     }
     return shellResult(startDetached("xdg-open", target, folder) ? kShellDone
-                                                                   : kShellNoAssociation);
+                                                                 : kShellNoAssociation);
 }
 
-XoOsApi::Hresult XoOsApi::SHGetFolderPathW(HWND__*, int folder, void*, Dword flags,
-                                           wchar_t* path) {
+XoOsApi::Hresult XoOsApi::SHGetFolderPathW(HWND__*, int folder, void*, Dword flags, wchar_t* path) {
     std::string found;
     if (path == nullptr || !folderPath(folder & kFolderMask, flags != kTypeDefault, found))
         return kInvalidArgument;

@@ -1,0 +1,24 @@
+#include "XoMessageQueue.h"
+
+#include "platform/messagequeue.h"
+
+namespace os = xo::platform;
+
+bool xoPostThreadMessage(unsigned int threadId, unsigned int message, std::uintptr_t wParam,
+                         std::intptr_t lParam) {
+    return os::postThreadMessage(threadId, message, wParam, lParam);
+}
+
+bool xoPeekMessage(XoQueuedMessage* message, bool remove) {
+    os::QueuedMessage taken;
+    if (message == nullptr || !os::peekMessage(&taken, remove))
+        return false;
+    *message = {taken.window, taken.message, taken.wParam, taken.lParam, taken.time};
+    return true;
+}
+
+#if !defined(_WIN32)
+int xoMessageQueueDescriptor() {
+    return os::messageQueueDescriptor();
+}
+#endif
