@@ -56,6 +56,8 @@ else()
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_PACKAGE_SECTION libs)
   set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME xoosbase)
+  # Opened at run time for the monitor and display-scale queries, which fail without them.
+  set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "libx11-6, libxrandr2")
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME xoosbase-dev)
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "xoosbase (= ${PROJECT_VERSION})")
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)

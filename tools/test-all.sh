@@ -27,6 +27,8 @@ bash tools/run-fuzzers.sh build/linux-fuzz 5
 
 build windows
 export WINEDEBUG=-all WINEDLLOVERRIDES="winedbg.exe=d"
+# Wine's own desktop, not the caller's X server: the display tests pin its answers.
+unset DISPLAY WAYLAND_DISPLAY
 wineserver=/usr/lib/wine/wineserver64
 # A persistent server makes each test start in milliseconds instead of half a second.
 # Quiet, so that it does not hold the caller's output open; one already running serves too.
