@@ -33,9 +33,9 @@ XOOSBASE_API unsigned int xoWaitForMultipleObject(XoSignalObject** objects, unsi
 /// As xoWaitForMultipleObject, and also wakes when input of a kind in wakeMask (QS_
 /// bits) arrives in the calling thread's message queue: that answers 4096 + count,
 /// deliberately like a signalled object.
-XOOSBASE_API unsigned int xoMsgWaitForMultipleObject(XoSignalObject** objects,
-                                                     unsigned int count, unsigned int wakeMask,
-                                                     bool waitAll, unsigned int timeout);
+XOOSBASE_API unsigned int xoMsgWaitForMultipleObject(XoSignalObject** objects, unsigned int count,
+                                                     unsigned int wakeMask, bool waitAll,
+                                                     unsigned int timeout);
 
 /// Something a thread can wait for; holds the platform's handle.
 class XOOSBASE_API XoSignalObject {

@@ -68,17 +68,17 @@ struct SizeClassCase {
 
 TEST(MonitorSizeClass, EachThresholdAndOneBelowItInBothOrientations) {
     const SizeClassCase cases[] = {
-        {4097, 100, 4},   {4096, 100, 3},   // long side 4097
-        {2161, 2161, 4},  {2160, 2160, 3},  // short side 2161
-        {3840, 100, 3},   {3839, 100, 2},   // long side 3840
-        {1920, 1632, 3},  {1920, 1631, 1},  // short side 1632
-        {1632, 1632, 3},  {1631, 1631, 0},  //
-        {2048, 100, 2},   {2047, 100, 1},   // long side 2048
-        {1920, 100, 1},   {1919, 100, 0},   // long side 1920
-        {1920, 1080, 1},  {2560, 1440, 2},  // common monitors
-        {3840, 2160, 3},  {5120, 2880, 4},  //
-        {1366, 768, 0},   {1024, 768, 0},   //
-        {0, 0, 0},        {-5000, -5000, 0} // nonsense sizes count as small
+        {4097, 100, 4},  {4096, 100, 3},   // long side 4097
+        {2161, 2161, 4}, {2160, 2160, 3},  // short side 2161
+        {3840, 100, 3},  {3839, 100, 2},   // long side 3840
+        {1920, 1632, 3}, {1920, 1631, 1},  // short side 1632
+        {1632, 1632, 3}, {1631, 1631, 0},  //
+        {2048, 100, 2},  {2047, 100, 1},   // long side 2048
+        {1920, 100, 1},  {1919, 100, 0},   // long side 1920
+        {1920, 1080, 1}, {2560, 1440, 2},  // common monitors
+        {3840, 2160, 3}, {5120, 2880, 4},  //
+        {1366, 768, 0},  {1024, 768, 0},   //
+        {0, 0, 0},       {-5000, -5000, 0} // nonsense sizes count as small
     };
     for (const SizeClassCase& c : cases) {
         EXPECT_EQ(xo::sysinfo::monitorSizeClass(c.width, c.height), c.sizeClass)
@@ -169,21 +169,21 @@ TEST(NearestMonitorIndex, LargestOverlapElseShortestDistanceElseFirst) {
     // A 1920 x 1080 primary, a taller one to its right, a smaller one to its left.
     const Rect monitors[] = {{0, 0, 1920, 1080}, {1920, 0, 3840, 1200}, {-1280, 0, 0, 1024}};
     const NearestCase cases[] = {
-        {{10, 10, 20, 20}, 0},                   // inside the primary
-        {{1800, 100, 2100, 200}, 1},             // 180 px wide on the right one, 120 on the primary
-        {{1700, 100, 2000, 200}, 0},             // 220 on the primary, 80 on the right one
-        {{1820, 100, 2020, 200}, 0},             // 100 each: the first listed
-        {{-100, 100, 100, 200}, 0},              // 100 each on the primary and the left one
-        {{-20, 100, 100, 200}, 0},               // 100 on the primary, 20 on the left one
-        {{100, 1100, 200, 1150}, 0},             // under the primary (20 px), 1720 from the right
-        {{3000, 1150, 3100, 1300}, 1},           // reaches into the right one's lower part
-        {{3000, 1250, 3100, 1300}, 1},           // under the right one (50 px)
-        {{-700, 1100, -600, 1200}, 2},           // under the left one (76 px), 600 from the primary
-        {{5000, -900, 5010, -890}, 1},           // far up and to the right
-        {{-9000, 5000, -8990, 5010}, 2},         // far down and to the left
-        {{500, 500, 500, 500}, 0},               // empty, inside the primary
-        {{1920, 1100, 1920, 1100}, 1},           // empty, nearer the right one's lower edge
-        {{-2147483647, 0, -2147483646, 1}, 2},   // at the ends of the coordinate range
+        {{10, 10, 20, 20}, 0},                 // inside the primary
+        {{1800, 100, 2100, 200}, 1},           // 180 px wide on the right one, 120 on the primary
+        {{1700, 100, 2000, 200}, 0},           // 220 on the primary, 80 on the right one
+        {{1820, 100, 2020, 200}, 0},           // 100 each: the first listed
+        {{-100, 100, 100, 200}, 0},            // 100 each on the primary and the left one
+        {{-20, 100, 100, 200}, 0},             // 100 on the primary, 20 on the left one
+        {{100, 1100, 200, 1150}, 0},           // under the primary (20 px), 1720 from the right
+        {{3000, 1150, 3100, 1300}, 1},         // reaches into the right one's lower part
+        {{3000, 1250, 3100, 1300}, 1},         // under the right one (50 px)
+        {{-700, 1100, -600, 1200}, 2},         // under the left one (76 px), 600 from the primary
+        {{5000, -900, 5010, -890}, 1},         // far up and to the right
+        {{-9000, 5000, -8990, 5010}, 2},       // far down and to the left
+        {{500, 500, 500, 500}, 0},             // empty, inside the primary
+        {{1920, 1100, 1920, 1100}, 1},         // empty, nearer the right one's lower edge
+        {{-2147483647, 0, -2147483646, 1}, 2}, // at the ends of the coordinate range
         {{2147483646, 1500, 2147483647, 1501}, 1}, //
     };
     for (const NearestCase& c : cases)
@@ -207,7 +207,8 @@ TEST(IntersectRects, SharedAreaOnlyTouchingEdgesShareNone) {
     };
     for (const auto& c : cases) {
         Rect common{7, 7, 7, 7};
-        EXPECT_EQ(xo::platform::intersectRects(monitor, c.other, &common), c.shared) << text(c.other);
+        EXPECT_EQ(xo::platform::intersectRects(monitor, c.other, &common), c.shared)
+            << text(c.other);
         EXPECT_TRUE(sameRect(common, (c.shared ? c.common : Rect{7, 7, 7, 7}))) << text(c.other);
     }
 }
@@ -271,8 +272,8 @@ public:
         int ends[2];
         if (pipe2(ends, O_CLOEXEC) != 0)
             return "no pipe";
-        std::vector<std::string> words = {"Xvfb", "-displayfd", std::to_string(ends[1]),
-                                          "-nolisten", "tcp", "-noreset"};
+        std::vector<std::string> words = {"Xvfb",      "-displayfd", std::to_string(ends[1]),
+                                          "-nolisten", "tcp",        "-noreset"};
         words.insert(words.end(), options.begin(), options.end());
         std::vector<char*> argv;
         for (std::string& word : words)
@@ -337,12 +338,12 @@ private:
 
 // Runs a tool against the test's server; skips the test when the tool's package is not
 // installed.
-#define XO_RUN_X_TOOL(command, package)                                                       \
-    do {                                                                                       \
-        const int status = server().run(command);                                              \
-        if (status == 127)                                                                     \
-            GTEST_SKIP() << "needs the tools of Debian's " << (package);                       \
-        ASSERT_EQ(status, 0) << (command);                                                     \
+#define XO_RUN_X_TOOL(command, package)                                                            \
+    do {                                                                                           \
+        const int status = server().run(command);                                                  \
+        if (status == 127)                                                                         \
+            GTEST_SKIP() << "needs the tools of Debian's " << (package);                           \
+        ASSERT_EQ(status, 0) << (command);                                                         \
     } while (false)
 
 // A suite's server, started once for its tests; each test points DISPLAY at it.
@@ -410,8 +411,8 @@ protected:
 
 TEST_F(XvfbOneMonitor, TheOneMonitorWholeWithoutAWindowManager) {
     const Rect screen{0, 0, 2560, 1440};
-    for (const Rect& spot : {Rect{10, 10, 20, 20}, Rect{2000, 1000, 3000, 2000},
-                             Rect{-5000, -5000, -4990, -4990}}) {
+    for (const Rect& spot :
+         {Rect{10, 10, 20, 20}, Rect{2000, 1000, 3000, 2000}, Rect{-5000, -5000, -4990, -4990}}) {
         EXPECT_TRUE(sameRect(monitorNear(spot), screen));
         EXPECT_TRUE(sameRect(workAreaNear(spot), screen));
         EXPECT_EQ(sizeClassNear(spot), 2) << text(spot);
@@ -448,7 +449,8 @@ TEST_F(XvfbOneMonitor, WorkAreaOfTheCurrentDesktopCutToTheMonitor) {
         Rect monitor{};
         Rect workArea{};
         ASSERT_TRUE(xo::platform::nearestMonitor({10, 10, 20, 20}, &monitor, &workArea));
-        EXPECT_TRUE(sameRect(monitor, (Rect{0, 0, 2560, 1440}))) << "the size class goes by this one";
+        EXPECT_TRUE(sameRect(monitor, (Rect{0, 0, 2560, 1440})))
+            << "the size class goes by this one";
         EXPECT_TRUE(sameRect(workArea, c.expected));
     }
 }
@@ -460,7 +462,8 @@ TEST_F(XvfbOneMonitor, ScaleFromTheScreenThenFromXftDpiReadOncePerProcess) {
     EXPECT_EQ(dpi, 120); // 2560 px over 542 mm
     EXPECT_EQ(veskGetDPIScale(), 1.25);
 
-    XO_RUN_X_TOOL(std::string("printf 'Xft.dpi:\\t144\\n' | xrdb -nocpp -merge"), "x11-xserver-utils");
+    XO_RUN_X_TOOL(std::string("printf 'Xft.dpi:\\t144\\n' | xrdb -nocpp -merge"),
+                  "x11-xserver-utils");
     ASSERT_TRUE(xo::platform::screenDpi(&dpi));
     EXPECT_EQ(dpi, 144) << "the desktop's setting comes before the screen's size";
     EXPECT_EQ(veskGetDPIScale(), 1.25) << "read once per process";
@@ -498,15 +501,14 @@ TEST_F(XvfbTwoMonitors, TheMonitorSharingTheMostElseTheClosest) {
         Rect monitor;
         int sizeClass;
     } cases[] = {
-        {{100, 100, 200, 200}, left, 2},
-        {{3000, 100, 3100, 200}, right, 1},
-        {{2500, 100, 2700, 200}, right, 1},     // 140 px on the right one, 60 on the left
-        {{2400, 100, 2600, 200}, left, 2},      // 160 on the left one, 40 on the right
-        {{5000, 50, 5010, 60}, right, 1},       // beyond the right one
-        {{100, 2000, 110, 2010}, left, 2},      // under the left one
-        {{3000, 1200, 3010, 1210}, right, 1},   // 120 under the right one, 440 beside the left
-        {{4000, 1500, 4010, 1510}, right, 1},   //
-        {{2600, 1400, 2610, 1410}, left, 2},    // beside the left one (40), 320 under the right
+        {{100, 100, 200, 200}, left, 2},      {{3000, 100, 3100, 200}, right, 1},
+        {{2500, 100, 2700, 200}, right, 1},   // 140 px on the right one, 60 on the left
+        {{2400, 100, 2600, 200}, left, 2},    // 160 on the left one, 40 on the right
+        {{5000, 50, 5010, 60}, right, 1},     // beyond the right one
+        {{100, 2000, 110, 2010}, left, 2},    // under the left one
+        {{3000, 1200, 3010, 1210}, right, 1}, // 120 under the right one, 440 beside the left
+        {{4000, 1500, 4010, 1510}, right, 1}, //
+        {{2600, 1400, 2610, 1410}, left, 2},  // beside the left one (40), 320 under the right
     };
     for (const auto& c : cases) {
         EXPECT_TRUE(sameRect(monitorNear(c.spot), c.monitor)) << text(c.spot);
@@ -516,8 +518,9 @@ TEST_F(XvfbTwoMonitors, TheMonitorSharingTheMostElseTheClosest) {
 }
 
 TEST_F(XvfbTwoMonitors, OneWorkAreaOverBothCutToEach) {
-    XO_RUN_X_TOOL(std::string("xprop -root -f _NET_WORKAREA 32c -set _NET_WORKAREA '0, 30, 4480, 1410'"),
-                  "x11-utils");
+    XO_RUN_X_TOOL(
+        std::string("xprop -root -f _NET_WORKAREA 32c -set _NET_WORKAREA '0, 30, 4480, 1410'"),
+        "x11-utils");
     EXPECT_TRUE(sameRect(workAreaNear({100, 100, 200, 200}), (Rect{0, 30, 2560, 1440})));
     EXPECT_TRUE(sameRect(workAreaNear({3000, 100, 3100, 200}), (Rect{2560, 30, 4480, 1080})));
 }

@@ -7,6 +7,7 @@
 #include "VeskSystemInfo.h"
 
 #include <algorithm>
+#include <atomic>
 
 namespace xo::sysinfo {
 
@@ -14,8 +15,10 @@ namespace {
 
 // The scale once read; negative until then. Threads that race on the first read each
 // store the same value, and a reader that sees the 1.0 stored before the display is
-// asked takes the answer given where there is no display, so no lock is taken.
-double g_dpiScale = -1.0;
+// asked takes the answer given where there is no display, so no lock is taken; relaxed
+// atomic accesses cost what plain ones do.
+std::atomic<double> g_dpiScale{-1.0};
+constexpr auto kRelaxed = std::memory_order_relaxed;
 
 // Asked about when the caller names no rectangle: a spot near the primary monitor's
 // top left corner.
@@ -46,7 +49,16 @@ double dpiScaleForDpi(int dpi) {
 }
 
 void forgetDpiScale() {
-    g_dpiScale = -1.0;
+    g_dpiScale.store(-1.0, kRelaxed);
+}
+
+// Kept out of line, so that the cached answer costs no stack frame.
+[[gnu::noinline]] double readDpiScale() {
+    g_dpiScale.store(1.0, kRelaxed);
+    int dpi = 0;
+    if (platform::screenDpi(&dpi))
+        g_dpiScale.store(dpiScaleForDpi(dpi), kRelaxed);
+    return g_dpiScale.load(kRelaxed);
 }
 
 } // namespace xo::sysinfo
@@ -72,12 +84,6 @@ int veskGetMonitorResolution(const tagRECT* in) {
 }
 
 double veskGetDPIScale() {
-    using xo::sysinfo::g_dpiScale;
-    if (g_dpiScale >= 0)
-        return g_dpiScale;
-    g_dpiScale = 1.0;
-    int dpi = 0;
-    if (xo::platform::screenDpi(&dpi))
-        g_dpiScale = xo::sysinfo::dpiScaleForDpi(dpi);
-    return g_dpiScale;
+    const double cached = xo::sysinfo::g_dpiScale.load(xo::sysinfo::kRelaxed);
+    return cached >= 0 ? cached : xo::sysinfo::readDpiScale();
 }

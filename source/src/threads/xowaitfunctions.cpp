@@ -62,8 +62,7 @@ unsigned int xoMsgWaitForMultipleObject(XoSignalObject** objects, unsigned int c
                                         unsigned int wakeMask, bool waitAll, unsigned int timeout) {
     os::WaitHandle handles[kMaxObjects];
     handles[0] = nullptr;
-    if (count != 0 &&
-        !handlesOf(objects, count, handles, XoSignalHandles::of))
+    if (count != 0 && !handlesOf(objects, count, handles, XoSignalHandles::of))
         return kFailed;
     const std::uint32_t answer = os::msgWaitForObjects(count, handles, waitAll, timeout, wakeMask);
     // Input in the queue comes back as one past the objects: deliberately 4096 + count.

@@ -74,18 +74,17 @@ XFunctions loadX() {
     void* const xlib = dlopen("libX11.so.6", RTLD_NOW | RTLD_LOCAL);
     if (xlib == nullptr)
         return x;
-    x.usable = bind(xlib, "XOpenDisplay", &x.openDisplay) &&
-               bind(xlib, "XCloseDisplay", &x.closeDisplay) &&
-               bind(xlib, "XDefaultScreen", &x.defaultScreen) &&
-               bind(xlib, "XRootWindow", &x.rootWindow) &&
-               bind(xlib, "XDisplayWidth", &x.displayWidth) &&
-               bind(xlib, "XDisplayHeight", &x.displayHeight) &&
-               bind(xlib, "XDisplayWidthMM", &x.displayWidthMm) &&
-               bind(xlib, "XInternAtom", &x.internAtom) &&
-               bind(xlib, "XQueryExtension", &x.queryExtension) &&
-               bind(xlib, "XGetWindowProperty", &x.getWindowProperty) &&
-               bind(xlib, "XFree", &x.free) &&
-               bind(xlib, "XResourceManagerString", &x.resourceManagerString);
+    x.usable =
+        bind(xlib, "XOpenDisplay", &x.openDisplay) &&
+        bind(xlib, "XCloseDisplay", &x.closeDisplay) &&
+        bind(xlib, "XDefaultScreen", &x.defaultScreen) &&
+        bind(xlib, "XRootWindow", &x.rootWindow) && bind(xlib, "XDisplayWidth", &x.displayWidth) &&
+        bind(xlib, "XDisplayHeight", &x.displayHeight) &&
+        bind(xlib, "XDisplayWidthMM", &x.displayWidthMm) &&
+        bind(xlib, "XInternAtom", &x.internAtom) &&
+        bind(xlib, "XQueryExtension", &x.queryExtension) &&
+        bind(xlib, "XGetWindowProperty", &x.getWindowProperty) && bind(xlib, "XFree", &x.free) &&
+        bind(xlib, "XResourceManagerString", &x.resourceManagerString);
     if (!x.usable)
         return x;
     if (void* const xrandr = dlopen("libXrandr.so.2", RTLD_NOW | RTLD_LOCAL)) {
@@ -168,9 +167,9 @@ std::vector<Rect> monitorRects(const Connection& connection) {
         for (int i = 0; listed != nullptr && i < count; ++i) {
             const XrrMonitorInfo& info = listed[i];
             if (info.width > 0 && info.height > 0)
-                monitors.push_back(Monitor{
-                    Rect{info.x, info.y, info.x + info.width, info.y + info.height},
-                    info.primary != 0});
+                monitors.push_back(
+                    Monitor{Rect{info.x, info.y, info.x + info.width, info.y + info.height},
+                            info.primary != 0});
         }
         if (listed != nullptr)
             x.rrFreeMonitors(listed);
@@ -204,8 +203,7 @@ std::vector<long> rootCardinals(const Connection& connection, const char* name) 
     unsigned char* data = nullptr;
     // Up to 1024 desktops' work areas; a window manager sets one per desktop.
     if (x.getWindowProperty(connection.display(), connection.root(), property, 0, 4096, 0,
-                            kXaCardinal, &type, &format, &count, &left,
-                            &data) == kXSuccess &&
+                            kXaCardinal, &type, &format, &count, &left, &data) == kXSuccess &&
         type == kXaCardinal && format == 32 && data != nullptr) {
         const long* const items = reinterpret_cast<const long*>(data);
         values.assign(items, items + count);
@@ -272,8 +270,7 @@ bool nearestMonitor(const Rect& in, Rect* monitor, Rect* workArea) {
         *monitor = chosen;
     if (workArea != nullptr) {
         Rect managed;
-        if (!managerWorkArea(connection, &managed) ||
-            !intersectRects(managed, chosen, workArea))
+        if (!managerWorkArea(connection, &managed) || !intersectRects(managed, chosen, workArea))
             *workArea = chosen;
     }
     return true;

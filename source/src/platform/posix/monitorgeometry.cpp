@@ -24,8 +24,8 @@ std::uint64_t gap(std::int64_t low1, std::int64_t high1, std::int64_t low2, std:
 } // namespace
 
 bool intersectRects(const Rect& a, const Rect& b, Rect* out) {
-    const Rect common{std::max(a.left, b.left), std::max(a.top, b.top),
-                      std::min(a.right, b.right), std::min(a.bottom, b.bottom)};
+    const Rect common{std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
+                      std::min(a.bottom, b.bottom)};
     if (common.left >= common.right || common.top >= common.bottom)
         return false;
     *out = common;

@@ -45,7 +45,7 @@ struct ThreadState {
 struct Object {
     explicit Object(Kind k) : kind(k) {}
     Kind kind;
-    bool manual = true;     // a thread or the process never resets
+    bool manual = true; // a thread or the process never resets
     bool signalled = false;
     bool permanent = false; // the pseudo-handles: never freed
     Node* head = nullptr;

@@ -101,8 +101,8 @@ bool startThread(ThreadBody body, void* argument, bool suspended, unsigned stack
     object->thread.suspendCount = suspended ? 1 : 0;
     ::pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
     if (stackSize != 0)
-        ::pthread_attr_setstacksize(&attributes, stackSize < PTHREAD_STACK_MIN ? PTHREAD_STACK_MIN
-                                                                               : stackSize);
+        ::pthread_attr_setstacksize(&attributes,
+                                    stackSize < PTHREAD_STACK_MIN ? PTHREAD_STACK_MIN : stackSize);
     pthread_t thread;
     const int rc = ::pthread_create(&thread, &attributes, run, start);
     ::pthread_attr_destroy(&attributes);
@@ -200,7 +200,8 @@ bool threadExitCode(WaitHandle handle, std::uint32_t* code) {
 
 bool processAffinityMask(WaitHandle process, std::uint64_t* mask) {
     cpu_set_t set;
-    if (process != static_cast<Object*>(&g_currentProcess) || ::sched_getaffinity(0, sizeof set, &set) != 0) {
+    if (process != static_cast<Object*>(&g_currentProcess) ||
+        ::sched_getaffinity(0, sizeof set, &set) != 0) {
         setThreadLastError(kErrorInvalidHandle);
         return false;
     }
