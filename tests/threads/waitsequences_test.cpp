@@ -44,7 +44,8 @@ public:
         } else if (op == "start") {
             const std::vector<std::string> wait(words.begin() + 2, words.end());
             unsigned* result = &results_[words[1]];
-            threads_.emplace(words[1], std::thread([this, wait, result] { *result = this->wait(wait); }));
+            threads_.emplace(words[1],
+                             std::thread([this, wait, result] { *result = this->wait(wait); }));
         } else if (op == "join") {
             threads_.at(words[1]).join();
             threads_.erase(words[1]);

@@ -119,6 +119,7 @@ bool postThreadMessage(std::uint32_t threadId, std::uint32_t message, std::uintp
         return false;
     }
     entry->message.time = monotonicMilliseconds();
+    posix::Wakes wakes;
     const std::lock_guard<std::mutex> lock(posix::objectsLock());
     Queue* queue = queueOf(threadId);
     if (queue == nullptr) {
@@ -131,7 +132,7 @@ bool postThreadMessage(std::uint32_t threadId, std::uint32_t message, std::uintp
     (queue->tail ? queue->tail->next : queue->head) = entry;
     queue->tail = entry;
     queue->object.signalled = true;
-    posix::wakeWaiters(&queue->object);
+    posix::wakeWaiters(&queue->object, wakes);
     return true;
 }
 

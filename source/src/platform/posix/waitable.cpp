@@ -10,6 +10,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <memory>
@@ -99,20 +100,42 @@ std::uint32_t tryTake(Object* const* objects, std::uint32_t count, bool all) {
     return kWaitObject0;
 }
 
-void finish(Waiter* waiter, std::uint32_t result) {
+// The waiter may return as soon as its word says done, so nothing of it is touched after.
+void finish(Waiter* waiter, std::uint32_t result, posix::Wakes& wakes) {
     for (std::uint32_t i = 0; i < waiter->count; ++i)
         unlink(&waiter->nodes[i]);
     waiter->result = result;
-    waiter->done.store(1, std::memory_order_release);
-    wakeOne(waiter->done); // under the lock: the waiter cannot have gone yet
+    std::atomic<std::uint32_t>* done = waiter->done;
+    done->store(1, std::memory_order_release);
+    wakes.add(done);
 }
 
+thread_local std::atomic<std::uint32_t> t_waitWord{0};
+
+// An open-addressed set of the objects' addresses, twice as many slots as objects: one
+// pass instead of comparing every pair, which a wait-all over 64 objects would feel.
 bool hasDuplicates(Object* const* objects, std::uint32_t count) {
-    for (std::uint32_t i = 1; i < count; ++i) {
-        for (std::uint32_t j = 0; j < i; ++j) {
-            if (objects[i] == objects[j])
+    constexpr std::uint32_t kSlotsOnStack = 128;
+    std::uint32_t slots = kSlotsOnStack;
+    while (slots < 2 * count)
+        slots *= 2;
+    Object* onStack[kSlotsOnStack];
+    std::unique_ptr<Object*[]> onHeap;
+    Object** table = onStack;
+    if (slots > kSlotsOnStack) {
+        onHeap.reset(new (std::nothrow) Object*[slots]);
+        if (!onHeap)
+            return false; // cannot tell: let the wait go on as Wine's does
+        table = onHeap.get();
+    }
+    std::fill(table, table + slots, nullptr);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        std::uint32_t at = std::uint32_t(reinterpret_cast<std::uintptr_t>(objects[i]) >> 4);
+        for (at &= slots - 1; table[at] != nullptr; at = (at + 1) & (slots - 1)) {
+            if (table[at] == objects[i])
                 return true;
         }
+        table[at] = objects[i];
     }
     return false;
 }
@@ -126,6 +149,18 @@ std::uint32_t failWith(std::uint32_t error) {
 
 namespace posix {
 
+Wakes::~Wakes() {
+    for (int i = 0; i < count_; ++i)
+        wakeOne(*words_[i]);
+}
+
+void Wakes::add(std::atomic<std::uint32_t>* word) {
+    if (count_ < kCapacity)
+        words_[count_++] = word;
+    else
+        wakeOne(*word); // the word outlives any wait, so this is safe under the lock too
+}
+
 std::mutex& objectsLock() {
     static std::mutex lock;
     return lock;
@@ -133,7 +168,7 @@ std::mutex& objectsLock() {
 
 // Hands a newly signalled object to its waiters in the order they came, as long as it
 // stays signalled: an auto-reset event goes to one of them, a manual one to all.
-void wakeWaiters(Object* object) {
+void wakeWaiters(Object* object, Wakes& wakes) {
     for (Node* node = object->head; node != nullptr && object->signalled;) {
         Node* next = node->next;
         Waiter* waiter = node->waiter;
@@ -143,7 +178,7 @@ void wakeWaiters(Object* object) {
             // when the same object is named twice, which a wait-any allows.
             while (next != nullptr && next->waiter == waiter)
                 next = next->next;
-            finish(waiter, result);
+            finish(waiter, result, wakes);
         }
         node = next;
     }
@@ -177,9 +212,10 @@ bool setEvent(WaitHandle handle) {
         setThreadLastError(kErrorInvalidHandle);
         return false;
     }
+    posix::Wakes wakes; // destroyed after the lock below is released
     const std::lock_guard<std::mutex> lock(posix::objectsLock());
     event->signalled = true;
-    posix::wakeWaiters(event);
+    posix::wakeWaiters(event, wakes);
     return true;
 }
 
@@ -214,6 +250,8 @@ std::uint32_t waitForObjects(std::uint32_t count, const WaitHandle* handles, boo
     const timespec deadline = deadlineAfter(timeoutMs);
     std::unique_ptr<Node[]> nodes;
     Waiter waiter{objects, count, waitAll};
+    waiter.done = &t_waitWord;
+    t_waitWord.store(0, std::memory_order_relaxed);
     {
         const std::lock_guard<std::mutex> lock(posix::objectsLock());
         const std::uint32_t now = tryTake(objects, count, waitAll);
@@ -228,18 +266,15 @@ std::uint32_t waitForObjects(std::uint32_t count, const WaitHandle* handles, boo
             link(objects[i], &nodes[i]);
         }
     }
-    if (!sleepOn(waiter.done, timeoutMs == kInfinite ? nullptr : &deadline)) {
+    if (!sleepOn(t_waitWord, timeoutMs == kInfinite ? nullptr : &deadline)) {
         const std::lock_guard<std::mutex> lock(posix::objectsLock());
-        if (waiter.done.load(std::memory_order_acquire) == 0) {
+        if (t_waitWord.load(std::memory_order_acquire) == 0) {
             for (std::uint32_t i = 0; i < count; ++i)
                 unlink(&nodes[i]);
             return kWaitTimeout;
         }
     }
-    // The waker finished under the lock; taking it once more lets its wake-up end before
-    // this frame, which holds the futex word, goes away.
-    const std::lock_guard<std::mutex> lock(posix::objectsLock());
-    return waiter.result;
+    return waiter.result; // written before the word said done
 }
 
 } // namespace xo::platform

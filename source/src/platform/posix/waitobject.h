@@ -29,7 +29,26 @@ struct Waiter {
     bool all;
     Node* nodes = nullptr;
     std::uint32_t result = 0;
-    std::atomic<std::uint32_t> done{0}; // the futex word the waiter sleeps on
+    // The waiting thread's own futex word. It lives as long as the thread, so a waker may
+    // wake it after the wait has returned: that is at most a spurious wake-up of a later
+    // wait, which looks at the word and sleeps again.
+    std::atomic<std::uint32_t>* done = nullptr;
+};
+
+// Futex words to wake once the objects' lock is let go, so that a woken waiter does not
+// run into the lock its waker still holds.
+class Wakes {
+public:
+    Wakes() = default;
+    Wakes(const Wakes&) = delete;
+    Wakes& operator=(const Wakes&) = delete;
+    ~Wakes(); // wakes what is left: call it after the lock is released
+    void add(std::atomic<std::uint32_t>* word);
+
+private:
+    static constexpr int kCapacity = 16;
+    std::atomic<std::uint32_t>* words_[kCapacity];
+    int count_ = 0;
 };
 
 // A thread's part: signalled when it ends, a gate while it is suspended before it ran.
@@ -55,7 +74,7 @@ struct Object {
 };
 
 std::mutex& objectsLock();
-void wakeWaiters(Object* object); // under objectsLock()
+void wakeWaiters(Object* object, Wakes& wakes); // under objectsLock()
 Object* objectOf(void* handle);
 void release(Object* object);
 

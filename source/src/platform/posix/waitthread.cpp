@@ -48,10 +48,11 @@ void* run(void* context) {
     }
     const unsigned code = start.body(start.argument);
     {
+        posix::Wakes wakes;
         const std::lock_guard<std::mutex> lock(posix::objectsLock());
         self->thread.exitCode = code;
         self->signalled = true;
-        posix::wakeWaiters(self);
+        posix::wakeWaiters(self, wakes);
     }
     posix::release(self);
     return nullptr;
