@@ -395,3 +395,26 @@ TEST(Boundary, ClientStreamsUseTheLibrarysBulkOperations) {
         delete exception;
     }
 }
+
+namespace {
+
+unsigned setTheEvent(void* event) {
+    static_cast<XoEvent*>(event)->setSignaled(true);
+    return 5;
+}
+
+// A thread started by the library runs a client function, and the client's waits see
+// the library's objects; the objects are released from this side.
+TEST(Boundary, ThreadsAndEventsCrossTheBoundary) {
+    XoEvent* event = createXoEvent(false, false, nullptr);
+    XoThread* thread = createXoThread(setTheEvent, event, false, 0);
+    XoSignalObject* both[] = {thread, event};
+    EXPECT_EQ(xoWaitForMultipleObject(both, 2, true, 10000), 4096u);
+    unsigned code = 0;
+    EXPECT_TRUE(xoGetThreadExitCode(thread, &code));
+    EXPECT_EQ(code, 5u);
+    thread->release();
+    event->release();
+}
+
+} // namespace
