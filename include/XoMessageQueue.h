@@ -11,7 +11,8 @@
 ///     poll(&p, 1, -1);             // or add fd to epoll, a GLib source, a QSocketNotifier
 ///     XoQueuedMessage m;
 ///     while (xoPeekMessage(&m, true))
-///         handle(m);
+///         if (!xoDispatchMessage(&m))  // timer ticks run their procedure here
+///             handle(m);
 /// }
 /// \endcode
 #pragma once
@@ -38,8 +39,16 @@ XOOSBASE_API bool xoPostThreadMessage(unsigned int threadId, unsigned int messag
 /// (PeekMessageW); false when none waits. What waits is then no longer new to a wait.
 XOOSBASE_API bool xoPeekMessage(XoQueuedMessage* message, bool remove);
 
+/// Dispatches a message taken with xoPeekMessage (DispatchMessageW): a timer tick
+/// (WM_TIMER with a procedure) runs its timer's procedure on the calling thread. True for
+/// a tick that was dispatched; false for other messages, which are the caller's to handle
+/// (and, on Linux, for a tick of a timer killed since, or of one whose procedure is
+/// already running further up the stack).
+XOOSBASE_API bool xoDispatchMessage(const XoQueuedMessage* message);
+
 #if !defined(_WIN32)
-/// A descriptor that is readable while a message waits in the calling thread's queue;
-/// -1 when the queue cannot be made. Owned by the queue: do not close it.
+/// A descriptor that is readable while a message waits in the calling thread's queue or
+/// one of its timers is due; -1 when the queue cannot be made. Owned by the queue: do not
+/// close it.
 XOOSBASE_API int xoMessageQueueDescriptor();
 #endif

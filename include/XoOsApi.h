@@ -22,19 +22,16 @@ struct tagCANDIDATEFORM;
 ///
 /// On Linux only the functions with a meaning there exist: GetModuleFileNameW (the
 /// running program for a null module, else the file dlopen loaded the handle from),
-/// ShellExecuteW ("open" or a null verb through the desktop's opener, xdg-open) and
-/// SHGetFolderPathW (the common folders mapped onto the XDG directories). The image-list,
-/// input-method, icon and keyboard-layout functions are Windows-only, and so, until the
-/// library's own per-thread timers exist on Linux, are SetTimer and KillTimer.
+/// ShellExecuteW ("open" or a null verb through the desktop's opener, xdg-open),
+/// SHGetFolderPathW (the common folders mapped onto the XDG directories), and SetTimer and
+/// KillTimer without a window (the library's per-thread timers, see XoMessageQueue.h).
+/// The image-list, input-method, icon and keyboard-layout functions are Windows-only.
 class XOOSBASE_API XoOsApi {
 public:
 #if defined(_WIN32)
-    using Dword = unsigned long;    ///< DWORD
-    using Long = long;              ///< LONG
-    using Hresult = long;           ///< HRESULT
-    using UintPtr = std::uintptr_t; ///< UINT_PTR
-    /// TIMERPROC
-    using TimerProc = void (*)(HWND__*, unsigned int, UintPtr, Dword);
+    using Dword = unsigned long; ///< DWORD
+    using Long = long;           ///< LONG
+    using Hresult = long;        ///< HRESULT
 
     /// ImageList_Create of comctl32: a new image list, or null.
     static _IMAGELIST* ImageList_Create(int cx, int cy, unsigned int flags, int initial, int grow);
@@ -58,6 +55,9 @@ public:
     using Dword = std::uint32_t;  ///< DWORD: 32 bits, as on Windows
     using Hresult = std::int32_t; ///< HRESULT
 #endif
+    using UintPtr = std::uintptr_t; ///< UINT_PTR
+    /// TIMERPROC
+    using TimerProc = void (*)(HWND__*, unsigned int, UintPtr, Dword);
     /// GetModuleFileNameW: the characters copied without the terminator; size and error
     /// 122 when the name was cut to fit; 0 on failure.
     static Dword GetModuleFileNameW(HINSTANCE__* module, wchar_t* fileName, Dword size);
@@ -71,13 +71,15 @@ public:
     /// exist and creating it was not asked (0x80070003 on Linux).
     static Hresult SHGetFolderPathW(HWND__* window, int folder, void* token, Dword flags,
                                     wchar_t* path);
+    /// SetTimer: the timer's identifier, or 0. Without a window its ticks come through the
+    /// calling thread's queue (xoPeekMessage, xoDispatchMessage on Linux); the interval is
+    /// kept within 10 to 0x7FFFFFFF milliseconds. Linux has no windows: a window fails.
+    static UintPtr SetTimer(HWND__* window, UintPtr id, unsigned int elapse, TimerProc proc);
+    /// KillTimer: nonzero on success; a timer of another thread is not found on Linux.
+    static int KillTimer(HWND__* window, UintPtr id);
 #if defined(_WIN32)
     /// GetKeyboardLayout: the thread's input locale.
     static HKL__* GetKeyboardLayout(Dword thread);
-    /// SetTimer: the timer's identifier, or 0.
-    static UintPtr SetTimer(HWND__* window, UintPtr id, unsigned int elapse, TimerProc proc);
-    /// KillTimer: nonzero on success.
-    static int KillTimer(HWND__* window, UintPtr id);
     /// LoadImageW: the image's handle, or null.
     static void* LoadImageW(HINSTANCE__* instance, const wchar_t* name, unsigned int type, int cx,
                             int cy, unsigned int load);

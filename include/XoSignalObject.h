@@ -132,7 +132,7 @@ public:
 
 private:
     bool m_bAutoReset;
-    bool m_bInitialState;
+    [[maybe_unused]] bool m_bInitialState; ///< the state given at creation, kept for the layout
     const wchar_t* m_pName;
 };
 

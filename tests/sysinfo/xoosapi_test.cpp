@@ -1,11 +1,13 @@
 // The pass-throughs: the cases with a meaning on both targets against Windows' own
 // answers under Wine, and the Linux folders and opener against a made-up home.
 #include "VeskSystemInfo.h"
+#include "XoMessageQueue.h"
 #include "XoOsApi.h"
 #include "platform/error.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -69,6 +71,28 @@ TEST(XoOsApi, FoldersKnownAndUnknown) {
     EXPECT_EQ(XoOsApi::SHGetFolderPathW(nullptr, kAppData | kFlagCreate, nullptr, 0, path), 0);
     EXPECT_NE(path[0], L'\0');
     EXPECT_EQ(XoOsApi::SHGetFolderPathW(nullptr, 0xFF, nullptr, 0, path), kInvalidArgument);
+}
+
+std::atomic<int> g_timerCalls{0};
+
+void countCall(HWND__*, unsigned int, XoOsApi::UintPtr, XoOsApi::Dword) {
+    ++g_timerCalls;
+}
+
+TEST(XoOsApi, ThreadTimersTickThroughTheQueue) {
+    const XoOsApi::UintPtr id = XoOsApi::SetTimer(nullptr, 0, 10, countCall);
+    ASSERT_NE(id, 0u);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (g_timerCalls == 0 && std::chrono::steady_clock::now() < end) {
+        XoQueuedMessage m;
+        if (xoPeekMessage(&m, true))
+            xoDispatchMessage(&m);
+        else
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    EXPECT_GT(g_timerCalls.load(), 0);
+    EXPECT_NE(XoOsApi::KillTimer(nullptr, id), 0);
+    EXPECT_EQ(XoOsApi::KillTimer(nullptr, id), 0) << "already gone";
 }
 
 TEST(XoOsApi, OpeningAMissingFileIsFileNotFound) {

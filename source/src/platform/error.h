@@ -48,6 +48,7 @@ constexpr std::uint32_t kErrorInvalidFlags = 1004;
 constexpr std::uint32_t kErrorNoUnicodeTranslation = 1113;
 constexpr std::uint32_t kErrorIoDevice = 1117;
 constexpr std::uint32_t kErrorTooManyLinks = 1142;
+constexpr std::uint32_t kErrorInvalidWindowHandle = 1400;
 constexpr std::uint32_t kErrorFileCorrupt = 1392;
 constexpr std::uint32_t kErrorDiskQuotaExceeded = 1295;
 constexpr std::uint32_t kErrorTimeout = 1460;

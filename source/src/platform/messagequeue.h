@@ -7,6 +7,8 @@
 
 #include "platform/waitable.h"
 
+struct HWND__;
+
 namespace xo::platform {
 
 struct QueuedMessage {
@@ -25,8 +27,22 @@ constexpr std::uint32_t kWakeAllPostMessage = 0x0100; // QS_ALLPOSTMESSAGE
 bool postThreadMessage(std::uint32_t threadId, std::uint32_t message, std::uintptr_t wParam,
                        std::intptr_t lParam);
 // PeekMessageW on the calling thread's queue, for any window and message; after it the
-// messages waiting are no longer new to a message wait.
+// messages waiting are no longer new to a message wait. A timer that is due comes as a
+// WM_TIMER message (wParam its id, lParam its procedure) once no posted message waits.
 bool peekMessage(QueuedMessage* out, bool remove);
+
+// DispatchMessageW for a message without a window: a WM_TIMER with a procedure calls it
+// (on POSIX never inside a call of the same timer's procedure); false for others.
+constexpr std::uint32_t kWmTimer = 0x0113;
+constexpr std::uint32_t kWakeTimer = 0x0010; // QS_TIMER
+bool dispatchMessage(const QueuedMessage& message);
+
+// SetTimer and KillTimer without a window: a timer of the calling thread, whose ticks
+// come through its queue. 0 when refused.
+using TimerProcedure = void (*)(HWND__* window, std::uint32_t message, std::uintptr_t id,
+                                std::uint32_t time);
+std::uintptr_t setThreadTimer(std::uint32_t intervalMs, TimerProcedure procedure);
+bool killThreadTimer(std::uintptr_t id);
 
 #if !defined(_WIN32)
 constexpr std::uint32_t kErrorInvalidThreadId = 1444;

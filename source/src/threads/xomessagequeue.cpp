@@ -17,6 +17,13 @@ bool xoPeekMessage(XoQueuedMessage* message, bool remove) {
     return true;
 }
 
+bool xoDispatchMessage(const XoQueuedMessage* message) {
+    if (message == nullptr)
+        return false;
+    return os::dispatchMessage(
+        {message->window, message->message, message->wParam, message->lParam, message->time});
+}
+
 #if !defined(_WIN32)
 int xoMessageQueueDescriptor() {
     return os::messageQueueDescriptor();

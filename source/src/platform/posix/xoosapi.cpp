@@ -16,6 +16,7 @@
 #include <string>
 
 #include "platform/error.h"
+#include "platform/messagequeue.h"
 #include "platform/posix/utf8path.h"
 
 namespace os = xo::platform;
@@ -252,4 +253,24 @@ XoOsApi::Hresult XoOsApi::SHGetFolderPathW(HWND__*, int folder, void*, Dword fla
     wide.copy(path, wide.size());
     path[wide.size()] = L'\0';
     return kOk;
+}
+
+namespace {
+constexpr unsigned int kTimerMinimum = 10; // USER_TIMER_MINIMUM
+constexpr unsigned int kTimerMaximum = 0x7FFFFFFF;
+} // namespace
+
+XoOsApi::UintPtr XoOsApi::SetTimer(HWND__* window, UintPtr, unsigned int elapse, TimerProc proc) {
+    if (window != nullptr) { // no windows here
+        os::setThreadLastError(os::kErrorInvalidWindowHandle);
+        return 0;
+    }
+    const unsigned int interval = elapse < kTimerMinimum   ? kTimerMinimum
+                                  : elapse > kTimerMaximum ? kTimerMaximum
+                                                           : elapse;
+    return os::setThreadTimer(interval, proc);
+}
+
+int XoOsApi::KillTimer(HWND__* window, UintPtr id) {
+    return window == nullptr && os::killThreadTimer(id) ? 1 : 0;
 }

@@ -28,6 +28,7 @@ static_assert(kErrorBrokenPipe == ERROR_BROKEN_PIPE);
 static_assert(kErrorDiskFull == ERROR_DISK_FULL);
 static_assert(kErrorInsufficientBuffer == ERROR_INSUFFICIENT_BUFFER);
 static_assert(kErrorModNotFound == ERROR_MOD_NOT_FOUND);
+static_assert(kErrorInvalidWindowHandle == ERROR_INVALID_WINDOW_HANDLE);
 static_assert(kErrorInvalidName == ERROR_INVALID_NAME);
 static_assert(kErrorNegativeSeek == ERROR_NEGATIVE_SEEK);
 static_assert(kErrorDirNotEmpty == ERROR_DIR_NOT_EMPTY);

@@ -1,0 +1,5 @@
+#include "VeskTimer.h"
+
+VeskTimer::VeskTimer() = default;
+
+VeskTimer::~VeskTimer() = default;
