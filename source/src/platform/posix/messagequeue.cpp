@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdint>
 #include <mutex>
 #include <new>
@@ -325,16 +326,24 @@ WaitHandle messageQueueObject() {
 
 namespace {
 
-// Milliseconds until the calling thread's next timer is due; kInfinite when none runs.
-std::uint32_t untilNextTick() {
+// When the calling thread's next timer is due; 0 when none runs.
+std::int64_t nextTick() {
     Queue* queue = t_queue.queue;
     const Timer* first = queue != nullptr ? earliest(queue) : nullptr;
-    if (first == nullptr)
-        return kInfinite;
-    const std::int64_t left = first->due - now();
+    return first != nullptr ? first->due : 0;
+}
+
+std::uint32_t millisecondsUntil(std::int64_t at) {
+    const std::int64_t left = at - now();
     return left <= 0 ? 0
                      : std::uint32_t((left + kNanosecondsPerMillisecond - 1) /
                                      kNanosecondsPerMillisecond);
+}
+
+void sleepUntil(std::int64_t at) {
+    const timespec until = {time_t(at / kNanosecondsPerSecond), long(at % kNanosecondsPerSecond)};
+    while (::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr) == EINTR) {
+    }
 }
 
 } // namespace
@@ -356,25 +365,31 @@ std::uint32_t msgWaitForObjects(std::uint32_t count, const WaitHandle* handles, 
     if (posted)
         all[count] = queue;
     const std::uint32_t objects = count + (posted ? 1 : 0);
+    const bool forever = timeoutMs == kInfinite;
     const std::int64_t deadline = now() + std::int64_t(timeoutMs) * kNanosecondsPerMillisecond;
     for (;;) {
-        const std::uint32_t tick = timers ? untilNextTick() : kInfinite;
-        if (tick == 0)
+        const std::int64_t tick = timers ? nextTick() : 0;
+        if (tick != 0 && tick <= now())
             return count; // a timer is due: input of the masked kind
-        const std::int64_t left = timeoutMs == kInfinite ? -1 : deadline - now();
-        std::uint32_t wait = timeoutMs == kInfinite
-                                 ? kInfinite
-                                 : std::uint32_t(left > 0 ? left / kNanosecondsPerMillisecond : 0);
-        const bool waitingForTick = tick < wait;
-        if (waitingForTick)
-            wait = tick;
-        const std::uint32_t answer = objects == 0 ? (wait == kInfinite ? kWaitFailed : kWaitTimeout)
-                                                  : waitForObjects(objects, all, waitAll, wait);
-        if (objects == 0 && wait != kInfinite && wait > 0) {
-            timespec pause = {time_t(wait / 1000), long(wait % 1000) * 1000000};
-            ::nanosleep(&pause, nullptr);
+        const bool tickFirst = tick != 0 && (forever || tick < deadline);
+        if (objects == 0) {
+            // Nothing to wait on but the clock: sleep to the exact moment.
+            if (!tickFirst) {
+                if (forever) {
+                    setThreadLastError(kErrorInvalidParameter);
+                    return kWaitFailed;
+                }
+                sleepUntil(deadline);
+                return kWaitTimeout;
+            }
+            sleepUntil(tick);
+            continue;
         }
-        if (answer != kWaitTimeout || !waitingForTick)
+        const std::uint32_t wait = tickFirst ? millisecondsUntil(tick)
+                                   : forever ? kInfinite
+                                             : millisecondsUntil(deadline);
+        const std::uint32_t answer = waitForObjects(objects, all, waitAll, wait);
+        if (answer != kWaitTimeout || !tickFirst)
             return answer;
     }
 }
