@@ -208,13 +208,19 @@ TEST(Threads, PriorityLevelsLoweredAndReadBack) {
 
 // Windows suspends and terminates a running thread; Linux reports failure for both.
 TEST(Threads, SuspendingOrTerminatingARunningThread) {
-    Event go = manualEvent();
+    struct Events {
+        Event running = manualEvent();
+        Event go = manualEvent();
+    } events;
     Thread t(createXoThread(
-        [](void* event) -> unsigned {
-            static_cast<XoEvent*>(event)->wait(kLong);
+        [](void* context) -> unsigned {
+            auto* e = static_cast<Events*>(context);
+            e->running->setSignaled(true);
+            e->go->wait(kLong);
             return 7;
         },
-        go.get(), false, 0));
+        &events, false, 0));
+    ASSERT_EQ(events.running->wait(kLong), kSignalled);
 #if defined(_WIN32)
     EXPECT_EQ(t->suspend(), 0u);
     EXPECT_EQ(t->resume(), 1u);
@@ -222,7 +228,7 @@ TEST(Threads, SuspendingOrTerminatingARunningThread) {
     EXPECT_EQ(t->suspend(), kFailed);
     EXPECT_FALSE(t->terminate(3));
 #endif
-    go->setSignaled(true);
+    events.go->setSignaled(true);
     EXPECT_EQ(t->waitForExit(), kSignalled);
 }
 

@@ -42,7 +42,8 @@ std::uint32_t waitForObjects(std::uint32_t count, const WaitHandle* handles, boo
 std::uint32_t msgWaitForObjects(std::uint32_t count, const WaitHandle* handles, bool waitAll,
                                 std::uint32_t timeoutMs, std::uint32_t wakeMask);
 
-// Threads. start gets the new thread's handle and identifier; false on failure.
+// Threads. start gets the new thread's handle and identifier, an identifier of 0 when it
+// is not known yet (POSIX: the thread has not run); false on failure.
 using ThreadBody = unsigned (*)(void*);
 struct StartedThread {
     WaitHandle handle;
@@ -50,6 +51,8 @@ struct StartedThread {
 };
 bool startThread(ThreadBody body, void* argument, bool suspended, unsigned stackSize,
                  StartedThread* started);
+// GetThreadId; on POSIX it waits until the thread has started to run. 0 on failure.
+std::uint32_t threadIdOf(WaitHandle thread);
 WaitHandle currentThreadHandle();  // GetCurrentThread: needs no closing
 WaitHandle currentProcessHandle(); // GetCurrentProcess: needs no closing
 // GetThreadPriority's levels; kThreadPriorityError (0x7FFFFFFF) on failure.

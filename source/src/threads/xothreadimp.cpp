@@ -20,7 +20,10 @@ XoThreadImp::~XoThreadImp() {
     os::closeWaitHandle(m_hHandle);
 }
 
+// A thread just started may not have told its identifier yet; it is asked for once.
 unsigned int XoThreadImp::threadId() {
+    if (m_nThreadId == 0 && m_hHandle != nullptr)
+        m_nThreadId = os::threadIdOf(m_hHandle);
     return m_nThreadId;
 }
 
@@ -49,7 +52,7 @@ unsigned int XoThreadImp::waitForExit() {
 }
 
 bool XoThreadImp::isCurrentThread() {
-    return m_nThreadId == os::currentThreadId();
+    return threadId() == os::currentThreadId();
 }
 
 XoThread* createXoThread(unsigned int (*function)(void*), void* argument, bool startSuspended,

@@ -81,8 +81,7 @@ Object* threadOf(WaitHandle handle) {
 int niceTarget(WaitHandle handle) {
     if (handle == static_cast<Object*>(&g_currentThread))
         return 0;
-    Object* thread = threadOf(handle);
-    return thread != nullptr ? int(thread->thread.id) : -1;
+    return threadOf(handle) != nullptr ? int(threadIdOf(handle)) : -1;
 }
 
 } // namespace
@@ -113,10 +112,19 @@ bool startThread(ThreadBody body, void* argument, bool suspended, unsigned stack
         setThreadLastError(win32ErrorFromErrno(rc));
         return false;
     }
-    std::unique_lock<std::mutex> lock(posix::objectsLock());
-    object->thread.gate.wait(lock, [object] { return object->thread.id != 0; });
-    *started = {object, object->thread.id};
+    // The kernel's id is known once the thread runs; asking for it waits (threadIdOf), so
+    // that starting a thread costs no round trip to it.
+    *started = {object, 0};
     return true;
+}
+
+std::uint32_t threadIdOf(WaitHandle handle) {
+    Object* thread = threadOf(handle);
+    if (thread == nullptr)
+        return 0;
+    std::unique_lock<std::mutex> lock(posix::objectsLock());
+    thread->thread.gate.wait(lock, [thread] { return thread->thread.id != 0; });
+    return thread->thread.id;
 }
 
 WaitHandle currentThreadHandle() {

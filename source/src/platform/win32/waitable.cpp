@@ -53,6 +53,10 @@ bool startThread(ThreadBody body, void* argument, bool suspended, unsigned stack
     return true;
 }
 
+std::uint32_t threadIdOf(WaitHandle thread) {
+    return ::GetThreadId(thread);
+}
+
 WaitHandle currentThreadHandle() {
     return ::GetCurrentThread();
 }
