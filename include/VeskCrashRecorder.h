@@ -1,6 +1,8 @@
 /// \file
-/// The host's crash recorder. The library calls only recordException, with every
-/// exception it is about to throw; the other operations are the host's own business.
+/// The host's crash recorder. The library calls recordException with every exception it
+/// is about to throw, and, when a work item of the workflow manager faults, recordMessage
+/// with the site "source/src/veskconcurrenceworkflowmanagerimp(258)" and then
+/// recordCrash with the fault's record.
 #pragma once
 
 #include "XoExceptionPointers.h"
@@ -14,11 +16,11 @@ class VeskCrashRecorder {
 public:
     /// Destroys the recorder; the library never does, since it never owns one.
     virtual ~VeskCrashRecorder() = default;
-    /// The host's record of a crash; the library never calls it. This default ignores
-    /// the pointers and cannot fail.
+    /// The host's record of a crash: called for a fault inside a work item, with its
+    /// exception record (the machine state may be null). This default ignores it.
     virtual void recordCrash(XoExceptionPointers* pointers) { (void)pointers; }
-    /// The host's record of a message; the library never calls it. This default ignores
-    /// the text and cannot fail.
+    /// The host's record of a message: the site of a work item's fault, before
+    /// recordCrash. This default ignores the text and cannot fail.
     virtual void recordMessage(const wchar_t* text) { (void)text; }
     /// Called by the library with every exception it is about to throw, which the
     /// recorder must neither delete nor keep. An exception thrown from here propagates

@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 
 #include "platform/faultablecopy.h"
 
@@ -27,6 +28,20 @@ using GuardedBody = void (*)(void* context);
 // Calls body(context); returns kNoFault when it ended normally, else the one kind among
 // owned that stopped it. Guards nest: a fault ends the innermost guard that owns its kind.
 FaultKinds runGuarded(FaultKinds owned, GuardedBody body, void* context);
+
+// What a caught fault was, for a crash record: the exception code (the signal number on
+// POSIX), the address of the faulting instruction, and the access (Windows' two
+// ExceptionInformation words for an access violation; si_code and the data address on
+// POSIX).
+struct FaultReport {
+    std::uint32_t code;
+    void* address;
+    std::uintptr_t information[2];
+};
+
+// As runGuarded, filling report when it returns a fault.
+FaultKinds runGuardedReporting(FaultKinds owned, GuardedBody body, void* context,
+                               FaultReport* report);
 
 namespace detail {
 // The handler is installed on first use, by whichever guard comes first.

@@ -65,6 +65,9 @@ std::uint32_t resumeThread(WaitHandle thread);
 bool terminateThread(WaitHandle thread, std::uint32_t exitCode);
 // GetExitCodeThread: 259 (STILL_ACTIVE) while it runs.
 bool threadExitCode(WaitHandle thread, std::uint32_t* code);
+// GetTickCount: milliseconds of a monotonic clock, wrapping at 32 bits.
+std::uint32_t tickCount();
+
 // GetProcessAffinityMask's process mask.
 bool processAffinityMask(WaitHandle process, std::uint64_t* mask);
 

@@ -43,6 +43,7 @@ struct Guard {
     volatile FaultKinds caught;
     Guard* volatile owner; // the guard that owns the fault caught here
     Guard* outer;
+    FaultReport* report; // filled by the handler for the guard that owns the fault
 };
 
 // initial-exec: the handler reads it, and only this model is safe in a signal handler.
@@ -102,6 +103,18 @@ void onFault(int signal, siginfo_t* info, void* context) {
         // guarded path.
         innermost->caught = kindOf(signal);
         innermost->owner = guard;
+        if (guard->report != nullptr) {
+            const auto* registers = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
+#if defined(__x86_64__)
+            guard->report->address = reinterpret_cast<void*>(registers[REG_RIP]);
+#else
+            (void)registers;
+            guard->report->address = nullptr;
+#endif
+            guard->report->code = std::uint32_t(signal);
+            guard->report->information[0] = std::uintptr_t(info->si_code);
+            guard->report->information[1] = reinterpret_cast<std::uintptr_t>(info->si_addr);
+        }
         ::siglongjmp(innermost->jump, 1);
     }
     passOn(signal, info, context);
@@ -149,8 +162,14 @@ void ensureInstalled() {
 } // namespace
 
 FaultKinds runGuarded(FaultKinds owned, GuardedBody body, void* context) {
+    return runGuardedReporting(owned, body, context, nullptr);
+}
+
+FaultKinds runGuardedReporting(FaultKinds owned, GuardedBody body, void* context,
+                               FaultReport* report) {
     ensureInstalled();
     Guard guard;
+    guard.report = report;
     guard.owned = owned;
     guard.caught = kNoFault;
     guard.owner = &guard;

@@ -13,6 +13,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <time.h>
+
 #include <climits>
 #include <mutex>
 #include <new>
@@ -205,6 +207,12 @@ bool threadExitCode(WaitHandle handle, std::uint32_t* code) {
     const std::lock_guard<std::mutex> lock(posix::objectsLock());
     *code = thread->thread.exitCode;
     return true;
+}
+
+std::uint32_t tickCount() {
+    timespec now;
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return std::uint32_t(std::uint64_t(now.tv_sec) * 1000 + std::uint64_t(now.tv_nsec) / 1000000);
 }
 
 bool processAffinityMask(WaitHandle process, std::uint64_t* mask) {

@@ -35,6 +35,7 @@ struct Guard {
     FaultKinds owned;
     volatile FaultKinds caught;
     Guard* outer;
+    FaultReport* report;
 };
 
 FaultKinds kindOf(DWORD code) {
@@ -97,6 +98,13 @@ LONG CALLBACK Guards::onException(EXCEPTION_POINTERS* pointers) {
         if ((guard->owned & kind) == 0)
             continue;
         guard->caught = kind;
+        if (guard->report != nullptr) {
+            const EXCEPTION_RECORD* record = pointers->ExceptionRecord;
+            guard->report->code = record->ExceptionCode;
+            guard->report->address = record->ExceptionAddress;
+            guard->report->information[0] = record->ExceptionInformation[0];
+            guard->report->information[1] = record->ExceptionInformation[1];
+        }
         __builtin_longjmp(guard->jump, 1);
     }
     return EXCEPTION_CONTINUE_SEARCH;
@@ -111,8 +119,14 @@ LONG CALLBACK Guards::onException(EXCEPTION_POINTERS* pointers) {
 } // namespace
 
 FaultKinds runGuarded(FaultKinds owned, GuardedBody body, void* context) {
+    return runGuardedReporting(owned, body, context, nullptr);
+}
+
+FaultKinds runGuardedReporting(FaultKinds owned, GuardedBody body, void* context,
+                               FaultReport* report) {
     const Guards& all = guards();
     Guard guard;
+    guard.report = report;
     guard.owned = owned;
     guard.caught = kNoFault;
     guard.outer = all.current();

@@ -93,6 +93,10 @@ bool threadExitCode(WaitHandle thread, std::uint32_t* code) {
     return true;
 }
 
+std::uint32_t tickCount() {
+    return ::GetTickCount();
+}
+
 bool processAffinityMask(WaitHandle process, std::uint64_t* mask) {
     DWORD_PTR processMask = 0, systemMask = 0;
     if (!::GetProcessAffinityMask(process, &processMask, &systemMask))
