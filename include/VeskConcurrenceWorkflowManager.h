@@ -50,7 +50,7 @@ public:
     /// Locks or unlocks lock index; other indexes do nothing.
     void lockAt(int index, bool acquire) override;
 
-    XoVector<XoLock*> m_locks;               ///< owned, in the order they were made
+    XoVector<XoLock*> m_locks;                ///< owned, in the order they were made
     std::atomic<std::int32_t> m_nActiveCount; ///< work threads started and not finished
 };
 #if defined(__GNUC__)
@@ -62,12 +62,12 @@ using VeskWorkFunction = void (*)(VeskConcurrenceWorkContext* context, void* dat
 
 /// One work item, from pending (no thread) to running (a thread) to finished.
 struct VeskConcurrenceWorkItem {
-    void* pLaunch;          ///< the block the thread was started with; null before
+    void* pLaunch;            ///< the block the thread was started with; null before
     VeskWorkFunction pfnWork; ///< the work function
-    void* pData;            ///< passed to the work function
-    void* hThread;          ///< the thread's handle; null until started
-    unsigned int nStackSize; ///< for the thread; 0 takes the default
-    bool bFinished;         ///< set when a wait saw the thread end
+    void* pData;              ///< passed to the work function
+    void* hThread;            ///< the thread's handle; null until started
+    unsigned int nStackSize;  ///< for the thread; 0 takes the default
+    bool bFinished;           ///< set when a wait saw the thread end
 };
 
 /// The manager's interface; made by veskCreateConcurrenceWorkflowManager.
@@ -137,9 +137,9 @@ public:
     int dispatch(bool wait, unsigned int timeoutMs) override;
 
 protected:
-    VeskConcurrenceWorkContextImp m_context;  ///< what work functions receive
+    VeskConcurrenceWorkContextImp m_context;   ///< what work functions receive
     XoVector<VeskConcurrenceWorkItem> m_items; ///< in the order they were added
-    std::int32_t m_nNextIndex;                ///< the next item to start; -1 at first
+    std::int32_t m_nNextIndex;                 ///< the next item to start; -1 at first
 };
 
 /// The threads and waits of the platform.
@@ -159,8 +159,7 @@ public:
     /// Waits in groups of at most 64.
     int waitAllThreads(unsigned int timeoutMs) override;
     /// See VeskConcurrenceWorkflowManager.
-    bool startThread(VeskConcurrenceWorkContext* context,
-                     VeskConcurrenceWorkItem& item) override;
+    bool startThread(VeskConcurrenceWorkContext* context, VeskConcurrenceWorkItem& item) override;
 
 private:
     std::int32_t m_nMaxThreads;

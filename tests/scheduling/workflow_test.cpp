@@ -39,7 +39,8 @@ struct Gate {
         auto* g = static_cast<Gate*>(self);
         ++g->started;
         const int now = ++g->running;
-        for (int most = g->mostAtOnce; now > most && !g->mostAtOnce.compare_exchange_weak(most, now);) {
+        for (int most = g->mostAtOnce;
+             now > most && !g->mostAtOnce.compare_exchange_weak(most, now);) {
         }
         g->open->wait(kLong);
         --g->running;
@@ -103,7 +104,8 @@ TEST(Workflow, ThreadLimitChangesOnlyWhenIdleAndPositive) {
 TEST(Workflow, RunNowRunsHereAndRecordsNothing) {
     Manager m = manager();
     std::thread::id ranOn;
-    m->addWork([](VeskConcurrenceWorkContext*, void* on) { *static_cast<std::thread::id*>(on) = std::this_thread::get_id(); },
+    m->addWork([](VeskConcurrenceWorkContext*,
+                  void* on) { *static_cast<std::thread::id*>(on) = std::this_thread::get_id(); },
                &ranOn, 0, true);
     EXPECT_EQ(ranOn, std::this_thread::get_id());
     EXPECT_EQ(m->firstWork(), nullptr);

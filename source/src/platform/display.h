@@ -43,4 +43,15 @@ bool screenDpi(int* dpi);
 Rect rectFromTagRect(const tagRECT& rect);
 void storeTagRect(const Rect& rect, tagRECT* out);
 
+// The field-by-field copies behind them, for the twins, where tagRECT is complete.
+template <class R> Rect rectFromFields(const R& rect) {
+    return Rect{rect.left, rect.top, rect.right, rect.bottom};
+}
+template <class R> void storeFields(const Rect& rect, R* out) {
+    out->left = rect.left;
+    out->top = rect.top;
+    out->right = rect.right;
+    out->bottom = rect.bottom;
+}
+
 } // namespace xo::platform

@@ -61,7 +61,7 @@ int VeskWindowsConcurrenceWorkflowManager::getMaxThreadCount() {
 }
 
 bool VeskWindowsConcurrenceWorkflowManager::startThread(VeskConcurrenceWorkContext* context,
-                                                       VeskConcurrenceWorkItem& item) {
+                                                        VeskConcurrenceWorkItem& item) {
     if (item.pfnWork == nullptr || item.hThread != nullptr || item.bFinished)
         return false;
     auto* launch = new Launch{context, item.pfnWork, item.pData};
@@ -105,8 +105,7 @@ int VeskWindowsConcurrenceWorkflowManager::waitAllThreads(unsigned int timeoutMs
     int n = 0;
     const auto waitGroup = [&]() -> bool {
         const std::uint32_t start = os::tickCount();
-        const std::uint32_t answer =
-            os::waitForObjects(std::uint32_t(n), handles, true, remaining);
+        const std::uint32_t answer = os::waitForObjects(std::uint32_t(n), handles, true, remaining);
         if (answer == os::kWaitFailed)
             failedWait();
         if (answer == os::kWaitTimeout)

@@ -31,27 +31,28 @@ void call(void* context) {
     }
 }
 
+// EXCEPTION_RECORD on Windows, the library's record of the same shape elsewhere.
+template <class Record> Record recordOf(const platform::FaultReport& fault) {
+    Record record = {};
+    record.ExceptionCode = fault.code;
+    record.ExceptionAddress = fault.address;
+    record.NumberParameters = 2;
+    record.ExceptionInformation[0] = fault.information[0];
+    record.ExceptionInformation[1] = fault.information[1];
+    return record;
+}
+
 void record(const platform::FaultReport& fault) {
     VeskCrashRecorder* recorder = veskGetCrashRecorder();
     if (recorder == nullptr)
         return;
 #if defined(_WIN32)
-    EXCEPTION_RECORD record = {};
-    record.ExceptionCode = fault.code;
-    record.ExceptionAddress = fault.address;
-    record.NumberParameters = 2;
-    record.ExceptionInformation[0] = fault.information[0];
-    record.ExceptionInformation[1] = fault.information[1];
+    EXCEPTION_RECORD record = recordOf<EXCEPTION_RECORD>(fault);
     CONTEXT machine = {};
     ::RtlCaptureContext(&machine); // the fault's own state is gone with the jump
     EXCEPTION_POINTERS pointers = {&record, &machine};
 #else
-    XoExceptionRecord record = {};
-    record.ExceptionCode = fault.code;
-    record.ExceptionAddress = fault.address;
-    record.NumberParameters = 2;
-    record.ExceptionInformation[0] = fault.information[0];
-    record.ExceptionInformation[1] = fault.information[1];
+    XoExceptionRecord record = recordOf<XoExceptionRecord>(fault);
     XoExceptionPointers pointers = {&record, nullptr};
 #endif
     recorder->recordMessage(kFaultSite);

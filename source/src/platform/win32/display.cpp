@@ -38,14 +38,11 @@ bool screenDpi(int* dpi) {
 }
 
 Rect rectFromTagRect(const tagRECT& rect) {
-    return Rect{rect.left, rect.top, rect.right, rect.bottom};
+    return rectFromFields(rect);
 }
 
 void storeTagRect(const Rect& rect, tagRECT* out) {
-    out->left = rect.left;
-    out->top = rect.top;
-    out->right = rect.right;
-    out->bottom = rect.bottom;
+    storeFields(rect, out);
 }
 
 } // namespace xo::platform
