@@ -5,9 +5,13 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <vector>
 
 #if !defined(_WIN32)
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 #endif
 
 namespace {
@@ -68,6 +72,44 @@ protected:
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 #endif
     }
+
+#if !defined(_WIN32)
+    // Runs xoconv as its own process and calls beforeStart with its process id before
+    // it runs a line of its code, so that files named after that id can be planted.
+    template <class BeforeStart>
+    int spawn(const std::vector<std::string>& arguments, BeforeStart beforeStart) {
+        int gate[2];
+        if (::pipe(gate) != 0)
+            return -1;
+        const pid_t child = ::fork();
+        if (child == 0) {
+            char go = 0;
+            ::close(gate[1]);
+            if (::read(gate[0], &go, 1) != 1)
+                ::_exit(126);
+            const int out = ::open((dir_ / "stdout").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+            const int err = ::open((dir_ / "stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+            ::dup2(out, 1);
+            ::dup2(err, 2);
+            std::vector<char*> argv{const_cast<char*>(XOCONV_EXE)};
+            for (const std::string& argument : arguments)
+                argv.push_back(const_cast<char*>(argument.c_str()));
+            argv.push_back(nullptr);
+            ::execv(XOCONV_EXE, argv.data());
+            ::_exit(127);
+        }
+        ::close(gate[0]);
+        beforeStart(child);
+        const char go = 1;
+        const bool started = ::write(gate[1], &go, 1) == 1;
+        ::close(gate[1]);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        out_ = slurp(dir_ / "stdout");
+        err_ = slurp(dir_ / "stderr");
+        return started && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+#endif
 
     fs::path at(const std::string& name) const {
         return dir_ / name;
@@ -177,5 +219,85 @@ TEST_F(Xoconv, StandardInputAndOutput) {
     ASSERT_EQ(run("--from 1252 -", "in"), 0) << err_;
     EXPECT_EQ(out_, "x\xC3\xA9");
 }
+
+#if !defined(_WIN32)
+// Before, the temporary file was "<target>.xoconv-<pid>.tmp", opened through any link
+// at that name: a link planted there made the output land in the file it pointed to.
+TEST_F(Xoconv, ALinkAtTheOldTemporaryNameIsNeverFollowed) {
+    struct Case {
+        const char* how;
+        std::vector<std::string> arguments; // after -f 1252; "T" and "I" are replaced
+        const char* target;
+    };
+    const Case cases[] = {
+        {"-o", {"-o", "T", "I"}, "out.txt"},
+        {"--output-dir", {"--output-dir", "T", "I"}, "outdir/in.txt"},
+        {"--in-place", {"--in-place", "I"}, "in.txt"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.how);
+        fs::remove_all(at("outdir"));
+        fs::create_directories(at("outdir"));
+        fs::remove(at("out.txt"));
+        spit(at("in.txt"), "caf\xE9\n");
+        spit(at("victim.txt"), "precious\n");
+        std::vector<std::string> arguments{"-f", "1252"};
+        for (const std::string& argument : c.arguments)
+            arguments.push_back(argument == "T"
+                                    ? at(std::string(c.how) == "-o" ? "out.txt" : "outdir").string()
+                                : argument == "I" ? at("in.txt").string()
+                                                  : argument);
+        fs::path planted;
+        ASSERT_EQ(spawn(arguments,
+                        [&](int pid) {
+                            planted = at(std::string(c.target) + ".xoconv-" + std::to_string(pid) +
+                                         ".tmp");
+                            fs::create_symlink(at("victim.txt"), planted);
+                        }),
+                  0)
+            << err_;
+        EXPECT_EQ(slurp(at("victim.txt")), "precious\n");
+        EXPECT_FALSE(fs::is_symlink(at(c.target)));
+        EXPECT_EQ(slurp(at(c.target)), "caf\xC3\xA9\n");
+        EXPECT_TRUE(fs::is_symlink(planted)); // not removed, not replaced
+        fs::remove(planted);
+    }
+}
+
+// The output replacing a file gets that file's permissions; a new one the default.
+TEST_F(Xoconv, TheOutputHasTheFinalPermissionsFromTheStart) {
+    struct Case {
+        int before; // -1: no file yet
+        int after;
+        bool inPlace;
+    };
+    const Case cases[] = {{0640, 0640, false},
+                          {0600, 0600, false},
+                          {0751, 0751, true},
+                          {-1, 0644, false},
+                          {0604, 0604, true}};
+    const mode_t saved = ::umask(022);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.before);
+        spit(at("in.txt"), "x\n");
+        fs::remove(at("out.txt"));
+        const fs::path target = c.inPlace ? at("in.txt") : at("out.txt");
+        if (c.before >= 0) {
+            spit(target, "old\n");
+            ::chmod(target.c_str(), mode_t(c.before));
+        }
+        ASSERT_EQ(run("-f 1252 --to utf-16le " +
+                      (c.inPlace ? "--in-place " : "-o " + native(target) + " ") +
+                      native(at("in.txt"))),
+                  0)
+            << err_;
+        struct stat facts {};
+        ASSERT_EQ(::stat(target.c_str(), &facts), 0);
+        EXPECT_EQ(facts.st_mode & 07777, mode_t(c.after));
+        EXPECT_EQ(slurp(target).substr(0, 2), "\xFF\xFE");
+    }
+    ::umask(saved);
+}
+#endif
 
 } // namespace

@@ -1,16 +1,18 @@
 #include "files.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <random>
 #include <system_error>
 
-#if defined(_WIN32)
 #include <fcntl.h>
+#include <sys/stat.h>
+#if defined(_WIN32)
 #include <io.h>
-#include <process.h>
-#define XOCONV_GETPID _getpid
+#include <share.h>
 #else
 #include <unistd.h>
-#define XOCONV_GETPID getpid
 #endif
 
 #include "XoWildcard.h"
@@ -114,10 +116,83 @@ bool selectFiles(const std::string& folder, const std::string& patterns,
     return true;
 }
 
+std::string systemError(const fs::path& path, int error) {
+    return path.string() + ": " + std::strerror(error);
+}
+
+namespace {
+
+// Twelve letters and digits from the system's random source: 62 bits nobody can guess.
+std::string unguessableToken() {
+    static const char kAlphabet[] = "abcdefghijklmnopqrstuvwxyz0123456789";
+    std::random_device source;
+    std::string token;
+    for (int i = 0; i < 12; ++i)
+        token += kAlphabet[source() % 36];
+    return token;
+}
+
+// Creates path, failing when any file or link already holds the name. mode is the
+// final file's permissions, or -1 for a new file's default.
+int createExclusive(const fs::path& path, int mode) {
+#if defined(_WIN32)
+    (void)mode; // a replaced file's attributes are the rename's business on Windows
+    int fd = -1;
+    errno = ::_wsopen_s(&fd, path.wstring().c_str(),
+                        _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT, _SH_DENYRW,
+                        _S_IREAD | _S_IWRITE);
+    return fd;
+#else
+    // Owner-only until fchmod gives the final bits, so that nobody opens it meanwhile.
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                          mode >= 0 ? 0600 : 0666);
+    if (fd >= 0 && mode >= 0 && ::fchmod(fd, mode_t(mode)) != 0) {
+        const int error = errno;
+        ::close(fd);
+        ::unlink(path.c_str());
+        errno = error;
+        return -1;
+    }
+    return fd;
+#endif
+}
+
+} // namespace
+
 PendingOutput::PendingOutput(fs::path target) : target_(std::move(target)) {
-    temporary_ = target_;
-    temporary_ += ".xoconv-" + std::to_string(XOCONV_GETPID()) + ".tmp";
-    stream_ = openFile(temporary_, "wb");
+    int mode = -1;
+#if !defined(_WIN32)
+    struct stat facts;
+    if (::stat(target_.c_str(), &facts) == 0 && S_ISREG(facts.st_mode))
+        mode = int(facts.st_mode & 07777);
+#endif
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        fs::path candidate = target_;
+        candidate += ".xoconv-" + unguessableToken() + ".tmp";
+        const int fd = createExclusive(candidate, mode);
+        if (fd < 0) {
+            if (errno == EEXIST)
+                continue;
+            error_ = systemError(candidate, errno);
+            return;
+        }
+#if defined(_WIN32)
+        stream_ = ::_fdopen(fd, "wb");
+#else
+        stream_ = ::fdopen(fd, "wb");
+#endif
+        if (!stream_) {
+            error_ = systemError(candidate, errno);
+#if defined(_WIN32)
+            ::_close(fd);
+#else
+            ::close(fd);
+#endif
+        }
+        temporary_ = candidate;
+        return;
+    }
+    error_ = target_.string() + ": no free name for a temporary file beside it";
 }
 
 PendingOutput::~PendingOutput() {
@@ -134,13 +209,14 @@ bool PendingOutput::commit(std::string& error) {
     const bool closed = stream_ && std::fclose(stream_) == 0;
     stream_ = nullptr;
     if (!flushed || !closed) {
-        error = "write failed";
+        error = systemError(temporary_, errno);
         return false;
     }
     std::error_code failure;
     fs::rename(temporary_, target_, failure);
     if (failure) {
-        error = "cannot move the output into place: " + failure.message();
+        error = target_.string() + ": cannot move " + temporary_.string() +
+                " into place: " + failure.message();
         return false;
     }
     temporary_.clear();

@@ -23,6 +23,11 @@ bool selectFiles(const std::string& folder, const std::string& patterns,
 
 // An output beside its final path; commit moves it there, and destroying an
 // uncommitted one removes it, so a failed conversion leaves the target untouched.
+// The temporary file gets a name nobody can guess and is created only if no file or
+// link holds that name yet: anyone who can write to the target's folder could
+// otherwise plant a link there and have the output written wherever it points. It
+// is made with the target's permissions when the target exists, so the output is
+// never readable by more people than the file it replaces.
 class PendingOutput {
 public:
     explicit PendingOutput(std::filesystem::path target);
@@ -30,13 +35,19 @@ public:
     PendingOutput(const PendingOutput&) = delete;
     PendingOutput& operator=(const PendingOutput&) = delete;
 
+    // Null when the temporary file could not be made; error() says why.
     std::FILE* stream() const { return stream_; }
+    const std::string& error() const { return error_; }
     bool commit(std::string& error);
 
 private:
     std::filesystem::path target_;
     std::filesystem::path temporary_;
     std::FILE* stream_ = nullptr;
+    std::string error_;
 };
+
+// "path: reason" with the reason the system gives for errno.
+std::string systemError(const std::filesystem::path& path, int error);
 
 } // namespace xoconv

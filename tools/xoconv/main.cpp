@@ -68,11 +68,15 @@ Status convertOne(const std::string& input, const Options& options) {
     } else {
         PendingOutput output(target);
         if (!output.stream()) {
-            complain(target.string(), "cannot open for writing");
+            std::fprintf(stderr, "xoconv: %s\n", output.error().c_str());
             return kInputOutput;
         }
-        if (!writeText(output.stream(), text, options, replaced, error) || !output.commit(error)) {
+        if (!writeText(output.stream(), text, options, replaced, error)) {
             complain(target.string(), error);
+            return kInputOutput;
+        }
+        if (!output.commit(error)) {
+            std::fprintf(stderr, "xoconv: %s\n", error.c_str());
             return kInputOutput;
         }
     }

@@ -197,8 +197,10 @@ const char* usage() {
            "  -q, --quiet          no warnings, no progress line\n"
            "  -h, --help           this text\n"
            "\n"
-           "Outputs are written to a temporary file and moved into place only when the\n"
-           "whole input converted, so an input is never damaged.\n"
+           "Outputs are written to a new temporary file beside the target (a name nobody\n"
+           "can guess, created only where no file or link is, with the permissions of the\n"
+           "file it replaces) and moved into place only when the whole input converted,\n"
+           "so an input is never damaged.\n"
            "Exit status: 0 all converted, 1 an input could not be converted, 2 usage\n"
            "error, 3 a file could not be read or written.\n";
 }
