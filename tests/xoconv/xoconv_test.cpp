@@ -148,16 +148,82 @@ TEST_F(Xoconv, EachDirectionAndBack) {
     EXPECT_EQ(out_, "caf\xC3\xA9 \xE4\xB8\xAD\n");
 }
 
-TEST_F(Xoconv, WhatTheTargetLacksBecomesQuestionMarksOrEscapes) {
+// A character the target lacks is an error, as with iconv, unless the user chose what
+// to write instead.
+TEST_F(Xoconv, WhatTheTargetLacksIsAnErrorUnlessAChoiceWasMade) {
     spit(at("in.txt"), "\xC3\xA9\xE4\xB8\xAD");
-    ASSERT_EQ(run("--from utf-8 --to 1252 " + native(at("in.txt"))), 0);
-    EXPECT_EQ(out_, "\xE9?");
-    EXPECT_NE(err_.find("1 character"), std::string::npos) << err_;
-    ASSERT_EQ(run("--from utf-8 --to 1252 --cif " + native(at("in.txt"))), 0);
-    EXPECT_EQ(out_, "\xE9\\U+4E2D");
+    struct Case {
+        const char* option;
+        int status;
+        std::string out;
+        const char* message;
+    };
+    const Case cases[] = {
+        {"", 1, "", "(U+4E2D)"},          {"--replace", 0, "\xE9?", "1 character"},
+        {"-c", 0, "\xE9", "left out"},    {"--drop", 0, "\xE9", "left out"},
+        {"--cif", 0, "\xE9\\U+4E2D", ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.option);
+        EXPECT_EQ(
+            run(std::string("--from utf-8 --to 1252 ") + c.option + " " + native(at("in.txt"))),
+            c.status)
+            << err_;
+        EXPECT_EQ(out_, c.out);
+        EXPECT_NE(err_.find(c.message), std::string::npos) << err_;
+    }
     spit(at("esc.txt"), "a\\U+4E2Db");
     ASSERT_EQ(run("--from 1252 --to utf-8 --no-escapes " + native(at("esc.txt"))), 0);
     EXPECT_EQ(out_, "a\\U+4E2Db");
+}
+
+// A lossy conversion writes nothing anywhere and leaves the input as it was.
+TEST_F(Xoconv, ALossyConversionWritesNothing) {
+    const std::string text = "ok \xE4\xB8\xAD\n";
+    struct Case {
+        const char* destination; // "D" stands for the output folder
+        const char* output;      // what must not exist afterwards; empty: none
+    };
+    const Case cases[] = {
+        {"-o D/out.txt", "D/out.txt"},
+        {"--output-dir D", "D/in.txt"},
+        {"--in-place", ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.destination);
+        fs::remove_all(at("d"));
+        fs::create_directories(at("d"));
+        spit(at("in.txt"), text);
+        std::string destination = c.destination;
+        const std::size_t d = destination.find('D');
+        if (d != std::string::npos)
+            destination.replace(d, 1, at("d").string());
+        EXPECT_EQ(run("--from utf-8 --to 1252 " + destination + " " + native(at("in.txt"))), 1);
+        EXPECT_EQ(slurp(at("in.txt")), text);
+        EXPECT_TRUE(fs::is_empty(at("d")));
+        int leftovers = 0;
+        for (const auto& entry : fs::directory_iterator(dir_))
+            leftovers += entry.path().filename().string().find(".tmp") != std::string::npos;
+        EXPECT_EQ(leftovers, 0);
+    }
+}
+
+// Only --in-place may write onto an input, whichever way the output is named.
+TEST_F(Xoconv, AnOutputOntoAnInputNeedsInPlace) {
+    const std::string text = "caf\xE9\n";
+    const std::string cases[] = {
+        "--output-dir " + native(dir_),
+        "-o " + native(at("in.txt")),
+        "--output-dir " + native(at("sub/..")),
+    };
+    fs::create_directories(at("sub"));
+    for (const std::string& destination : cases) {
+        SCOPED_TRACE(destination);
+        spit(at("in.txt"), text);
+        EXPECT_EQ(run("--from 1252 --to utf-16le " + destination + " " + native(at("in.txt"))), 2);
+        EXPECT_NE(err_.find("--in-place"), std::string::npos) << err_;
+        EXPECT_EQ(slurp(at("in.txt")), text);
+    }
 }
 
 TEST_F(Xoconv, ByteOrderMarksDecideTheInput) {

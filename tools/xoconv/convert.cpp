@@ -1,5 +1,6 @@
 #include "convert.h"
 
+#include <cerrno>
 #include <cstring>
 #include <vector>
 
@@ -174,11 +175,18 @@ std::wstring withLineEnds(const std::wstring& text, LineEnds lineEnds) {
     return result;
 }
 
-bool writeEightBit(std::FILE* out, const std::wstring& text, const Options& options,
-                   std::size_t& replaced) {
+std::string hexUnit(wchar_t unit) {
+    char text[16];
+    std::snprintf(text, sizeof text, "U+%04X", unsigned(unit));
+    return text;
+}
+
+Written writeEightBit(std::FILE* out, const std::wstring& text, const Options& options,
+                      std::size_t& lacking, std::string& error) {
     const code_page_id id = idOf(options.to);
     std::string bytes;
-    if (options.cif) {
+    std::size_t first = 0;
+    if (options.lacking == Lacking::Cif) {
         // The library writes what the code page lacks as CIF escapes; a zero unit ends
         // its input, so the text goes piece by piece.
         for (std::size_t start = 0; start <= text.size();) {
@@ -197,7 +205,7 @@ bool writeEightBit(std::FILE* out, const std::wstring& text, const Options& opti
             start = end + 1;
         }
     } else {
-        for (wchar_t unit : text) {
+        for (const wchar_t& unit : text) {
             if (static_cast<unsigned>(unit) < 0x80) {
                 bytes += char(unit);
                 continue;
@@ -208,12 +216,24 @@ bool writeEightBit(std::FILE* out, const std::wstring& text, const Options& opti
                     bytes += char(static_cast<unsigned>(code) >> 8);
                 bytes += char(code & 0xFF);
             } else {
-                bytes += '?';
-                ++replaced;
+                if (lacking++ == 0)
+                    first = std::size_t(&unit - text.data());
+                if (options.lacking == Lacking::Question)
+                    bytes += '?';
             }
         }
     }
-    return std::fwrite(bytes.data(), 1, bytes.size(), out) == bytes.size();
+    if (lacking > 0 && options.lacking == Lacking::Fail) {
+        error = "character " + std::to_string(first) + " (" + hexUnit(text[first]) + ") and " +
+                std::to_string(lacking - 1) + " other(s) are not in code page " + options.to.name +
+                "; nothing written (--cif writes escapes, --replace '?', -c drops them)";
+        return Written::Lacking;
+    }
+    if (std::fwrite(bytes.data(), 1, bytes.size(), out) != bytes.size()) {
+        error = std::strerror(errno);
+        return Written::Failed;
+    }
+    return Written::Ok;
 }
 
 } // namespace
@@ -263,30 +283,25 @@ bool readText(std::FILE* in, const Options& options, Progress& progress, std::ws
     return readUnicode(file, in, formatOf(encoding), std::ftell(in), progress, text, error);
 }
 
-bool writeText(std::FILE* out, std::wstring text, const Options& options, std::size_t& replaced,
-               std::string& error) {
+Written writeText(std::FILE* out, std::wstring text, const Options& options, std::size_t& lacking,
+                  std::string& error) {
     text = withLineEnds(text, options.lineEnds);
-    if (options.to.kind == Encoding::Ansi8) {
-        if (!writeEightBit(out, text, options, replaced)) {
-            error = "write failed";
-            return false;
-        }
-        return true;
-    }
+    if (options.to.kind == Encoding::Ansi8)
+        return writeEightBit(out, text, options, lacking, error);
     PmFILE file(out);
     file.setCharFormat(formatOf(options.to));
     const bool bom = options.bom == 1 || (options.bom == -1 && options.to.kind != Encoding::Utf8);
     if (bom && !file.writeBOM()) {
         error = "write failed";
-        return false;
+        return Written::Failed;
     }
     for (wchar_t unit : text) {
         if (file.fputc(unit) < 0) {
-            error = "write failed";
-            return false;
+            error = std::strerror(errno);
+            return Written::Failed;
         }
     }
-    return true;
+    return Written::Ok;
 }
 
 std::string detect(std::FILE* in, const Options& options) {

@@ -21,9 +21,13 @@ struct Progress {
 bool readText(std::FILE* in, const Options& options, Progress& progress, std::wstring& text,
               Encoding& encoding, std::string& error);
 
-// Writes text in options.to; replaced counts the characters written as '?'.
-bool writeText(std::FILE* out, std::wstring text, const Options& options, std::size_t& replaced,
-               std::string& error);
+enum class Written { Ok, Lacking, Failed };
+
+// Writes text in options.to; lacking counts the characters the target lacks. With
+// Lacking::Fail and any such character nothing is written and the result is
+// Written::Lacking, error naming the first.
+Written writeText(std::FILE* out, std::wstring text, const Options& options, std::size_t& lacking,
+                  std::string& error);
 
 // The --detect report of one input.
 std::string detect(std::FILE* in, const Options& options);

@@ -1,7 +1,9 @@
 // xoconv: converts text files between 8-bit code pages, UTF-8 and UTF-16 through the
 // library's own classes: PmFILE for Unicode files and byte-order marks, XoCharMapper for
 // code pages and the CIF and MIF escapes, WildcardsStringMatch to select files.
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -19,6 +21,17 @@ enum Status { kOk = 0, kUnconvertible = 1, kUsage = 2, kInputOutput = 3 };
 
 void complain(const std::string& name, const std::string& what) {
     std::fprintf(stderr, "xoconv: %s: %s\n", name.c_str(), what.c_str());
+}
+
+// Where an input's output goes; empty for standard output.
+fs::path targetOf(const std::string& input, const Options& options) {
+    if (options.inPlace)
+        return fs::path(input);
+    if (!options.outputDir.empty())
+        return fs::path(options.outputDir) / fs::path(input).filename();
+    if (!options.output.empty() && options.output != "-")
+        return fs::path(options.output);
+    return {};
 }
 
 // Converts one input; the output goes to standard output, or into place on success.
@@ -50,19 +63,17 @@ Status convertOne(const std::string& input, const Options& options) {
         return readFailed ? kInputOutput : kUnconvertible;
     }
 
-    fs::path target;
-    if (options.inPlace)
-        target = fs::path(input);
-    else if (!options.outputDir.empty())
-        target = fs::path(options.outputDir) / fs::path(input).filename();
-    else if (!options.output.empty() && options.output != "-")
-        target = fs::path(options.output);
-
-    std::size_t replaced = 0;
+    const fs::path target = targetOf(input, options);
+    std::size_t lacking = 0;
     if (target.empty()) {
         binaryStandardOutput();
-        if (!writeText(stdout, text, options, replaced, error) || std::fflush(stdout) != 0) {
-            complain("(standard output)", "write failed");
+        const Written written = writeText(stdout, text, options, lacking, error);
+        if (written == Written::Lacking) {
+            complain(name, error);
+            return kUnconvertible;
+        }
+        if (written != Written::Ok || std::fflush(stdout) != 0) {
+            complain("(standard output)", written != Written::Ok ? error : std::strerror(errno));
             return kInputOutput;
         }
     } else {
@@ -71,7 +82,12 @@ Status convertOne(const std::string& input, const Options& options) {
             std::fprintf(stderr, "xoconv: %s\n", output.error().c_str());
             return kInputOutput;
         }
-        if (!writeText(output.stream(), text, options, replaced, error)) {
+        const Written written = writeText(output.stream(), text, options, lacking, error);
+        if (written == Written::Lacking) {
+            complain(name, error);
+            return kUnconvertible;
+        }
+        if (written != Written::Ok) {
             complain(target.string(), error);
             return kInputOutput;
         }
@@ -80,10 +96,34 @@ Status convertOne(const std::string& input, const Options& options) {
             return kInputOutput;
         }
     }
-    if (replaced > 0 && !options.quiet)
-        complain(name, std::to_string(replaced) + " character(s) that " + options.to.name +
-                           " lacks written as '?' (--cif keeps them as escapes)");
+    if (lacking > 0 && !options.quiet)
+        complain(name, std::to_string(lacking) + " character(s) that " + options.to.name +
+                           (options.lacking == Lacking::Drop ? " lacks left out"
+                                                             : " lacks written as '?'"));
     return kOk;
+}
+
+// Refuses, before anything is converted, an output that would land on an input
+// without --in-place: a typo in --output-dir must not cost the user a file.
+bool outputsSpareTheInputs(const std::vector<std::string>& inputs, const Options& options) {
+    if (options.inPlace || options.detect)
+        return true;
+    for (const std::string& output : inputs) {
+        const fs::path target = targetOf(output, options);
+        if (target.empty())
+            continue;
+        for (const std::string& input : inputs) {
+            std::error_code ignored;
+            if (input != "-" && fs::equivalent(target, fs::path(input), ignored)) {
+                std::fprintf(stderr,
+                             "xoconv: %s: the output would replace the input %s; use "
+                             "--in-place to convert it where it is\n",
+                             target.string().c_str(), input.c_str());
+                return false;
+            }
+        }
+    }
+    return true;
 }
 
 std::string bundledSample() {
@@ -131,6 +171,8 @@ int main(int argc, char** argv) {
             xoconv::parseEncoding("cp932", options.from);
         inputs.push_back(sample);
     }
+    if (!outputsSpareTheInputs(inputs, options))
+        return kUsage;
     if (!options.outputDir.empty()) {
         std::error_code failure;
         fs::create_directories(fs::path(options.outputDir), failure);

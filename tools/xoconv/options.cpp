@@ -125,7 +125,11 @@ bool parseOptions(int argc, char** argv, Options& options, std::string& error, b
         } else if (arg == "--no-bom") {
             options.bom = 0;
         } else if (arg == "--cif") {
-            options.cif = true;
+            options.lacking = Lacking::Cif;
+        } else if (arg == "-c" || arg == "--drop") {
+            options.lacking = Lacking::Drop;
+        } else if (arg == "--replace") {
+            options.lacking = Lacking::Question;
         } else if (arg == "--no-escapes") {
             options.decodeEscapes = false;
         } else if (arg == "--lf") {
@@ -179,14 +183,18 @@ const char* usage() {
            "  -f, --from=ENC       input encoding (default: the byte-order mark, else ansi)\n"
            "  -t, --to=ENC         output encoding (default: utf-8)\n"
            "      --bom, --no-bom  write a byte-order mark (default: for UTF-16 only)\n"
-           "      --cif            write characters the target code page lacks as CIF\n"
-           "                       escapes (default: '?', with a warning)\n"
+           "A character the target code page lacks is an error (nothing is written)\n"
+           "unless one of these says what to write instead:\n"
+           "      --cif            write it as its CIF escape\n"
+           "      --replace        write it as '?', with a warning\n"
+           "  -c, --drop           leave it out, with a warning\n"
            "      --no-escapes     keep CIF and MIF escapes of 8-bit input as text\n"
            "      --lf, --crlf     write line ends as LF or as CR LF (default: as read)\n"
            "  -o, --output=FILE    output file, or - for standard output (the default\n"
            "                       for a single input)\n"
            "      --output-dir=DIR write each output into DIR under its input's name\n"
-           "      --in-place       replace each input\n"
+           "      --in-place       replace each input (without it, an output that would\n"
+           "                       land on an input is refused)\n"
            "      --dir=DIR        convert the files of DIR that --match selects\n"
            "      --match=PATTERNS comma-separated wildcard patterns (*.txt,*.csv), each\n"
            "                       matched against the whole file name: * any run, ? any\n"
@@ -201,8 +209,9 @@ const char* usage() {
            "can guess, created only where no file or link is, with the permissions of the\n"
            "file it replaces) and moved into place only when the whole input converted,\n"
            "so an input is never damaged.\n"
-           "Exit status: 0 all converted, 1 an input could not be converted, 2 usage\n"
-           "error, 3 a file could not be read or written.\n";
+           "Exit status: 0 all converted, 1 an input could not be converted (or held\n"
+           "characters the target lacks), 2 usage error, 3 a file could not be read or\n"
+           "written.\n";
 }
 
 } // namespace xoconv

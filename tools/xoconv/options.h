@@ -16,12 +16,16 @@ struct Encoding {
 
 enum class LineEnds { Keep, Lf, CrLf };
 
+// What becomes of a character the target code page lacks. As with iconv, losing one is
+// an error unless the user chose how to lose it.
+enum class Lacking { Fail, Drop, Question, Cif };
+
 struct Options {
-    Encoding from;             // Auto: the byte-order mark, else the system code page
-    Encoding to;               // default UTF-8
-    Encoding candidate;        // --detect: the code page tried against --from
-    int bom = -1;              // -1 by format (UTF-16 yes, UTF-8 no), 0 no, 1 yes
-    bool cif = false;          // unmappable characters as CIF escapes instead of '?'
+    Encoding from;      // Auto: the byte-order mark, else the system code page
+    Encoding to;        // default UTF-8
+    Encoding candidate; // --detect: the code page tried against --from
+    int bom = -1;       // -1 by format (UTF-16 yes, UTF-8 no), 0 no, 1 yes
+    Lacking lacking = Lacking::Fail;
     bool decodeEscapes = true; // CIF and MIF escapes in 8-bit input
     LineEnds lineEnds = LineEnds::Keep;
     bool detect = false;
