@@ -226,6 +226,32 @@ TEST_F(Xoconv, AnOutputOntoAnInputNeedsInPlace) {
     }
 }
 
+// A zero byte is a character like any other, also in 8-bit text with escapes on, where
+// the library's conversion stops at one.
+TEST_F(Xoconv, ZeroBytesAreKept) {
+    using namespace std::string_literals;
+    struct Case {
+        const char* options;
+        std::string in, out;
+    };
+    const Case cases[] = {
+        {"--from 1252 --to utf-8", "a\0b\nc\n"s, "a\0b\nc\n"s},
+        {"--from 1252 --to utf-8", "\0\0\xE9\0"s, "\0\0\xC3\xA9\0"s},
+        {"--from 1252 --to utf-8 --no-escapes", "a\0b\nc\n"s, "a\0b\nc\n"s},
+        {"--from 932 --to utf-8", "\x82\xA0\0\\U+4E2D\0"s, "\xE3\x81\x82\0\xE4\xB8\xAD\0"s},
+        {"--from utf-8 --to 1252", "a\0\xC3\xA9\n"s, "a\0\xE9\n"s},
+        {"--from utf-8 --to 1252 --cif", "a\0\xE4\xB8\xAD\0"s, "a\0\\U+4E2D\0"s},
+        {"--from utf-8 --to utf-16le --no-bom", "a\0b"s, "a\0\0\0b\0"s},
+        {"--from utf-16le --to utf-8", "a\0\0\0b\0"s, "a\0b"s},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.options);
+        spit(at("in.txt"), c.in);
+        ASSERT_EQ(run(std::string(c.options) + " " + native(at("in.txt"))), 0) << err_;
+        EXPECT_EQ(out_, c.out);
+    }
+}
+
 TEST_F(Xoconv, ByteOrderMarksDecideTheInput) {
     spit(at("le.txt"), std::string("\xFF\xFE"
                                    "A\x00\r\x00\n\x00",

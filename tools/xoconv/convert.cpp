@@ -126,13 +126,17 @@ bool readEightBit(std::FILE* in, const Options& options, code_page_id id, Progre
         error = "read failed";
         return false;
     }
-    // A line feed is never the trail byte of a double-byte character, so the text can
-    // be converted line by line.
+    // A line feed or a zero byte is never the trail byte of a double-byte character, so
+    // the text can be converted in pieces ending at one. The library's conversion stops
+    // at a zero byte, so a piece holds it only as the unit it adds at the end.
+    static const char kEnds[] = {'\n', '\0'};
     std::size_t start = 0;
     while (start < bytes.size()) {
         XoVector<wchar_t> converted; // the conversion appends to what it holds
-        const std::size_t end = std::min(bytes.find('\n', start), bytes.size() - 1) + 1;
-        const std::string line = bytes.substr(start, end - start);
+        const std::size_t end =
+            std::min(bytes.find_first_of(kEnds, start, 2), bytes.size() - 1) + 1;
+        const bool zero = bytes[end - 1] == '\0';
+        const std::string line = bytes.substr(start, end - start - (zero ? 1 : 0));
         std::size_t bad = 0;
         bool ok;
         if (options.decodeEscapes) {
@@ -149,6 +153,8 @@ bool readEightBit(std::FILE* in, const Options& options, code_page_id id, Progre
         } else {
             ok = decodePlain(line, id, text, bad);
         }
+        if (ok && zero)
+            text += L'\0';
         if (!ok) {
             error = offsetText(static_cast<long long>(start + bad)) +
                     ": not a character of code page " + options.from.name;
