@@ -306,6 +306,51 @@ TEST_F(Xoconv, FoldersFilteredByWildcards) {
               2); // several need a destination
 }
 
+// Names are any text the system allows, also in the patterns: the selection used to
+// abort on the first name that was not ASCII.
+TEST_F(Xoconv, NamesBeyondAscii) {
+    const fs::path names[] = {fs::u8path("a.txt"), fs::u8path("\xE8\xA1\xA8.txt"),
+                              fs::u8path("caf\xC3\xA9.txt"), fs::u8path("\xF0\x9F\x93\x90.txt")};
+    struct Case {
+        std::string match;
+        std::vector<int> selected; // indexes into names
+    };
+    // Names are matched as UTF-16: a character beyond U+FFFF is two units.
+    std::vector<Case> cases = {
+        {"?.txt", {0, 1}},
+        {"??.txt", {3}},
+        {"????.txt", {2}},
+        {"caf?.txt,a.txt", {0, 2}},
+    };
+#if !defined(_WIN32) // the arguments of a Windows program come in its ANSI code page
+    cases.push_back({"\xE8\xA1\xA8.txt", {1}});
+    cases.push_back({"caf\xC3\xA9.txt", {2}});
+    cases.push_back({"\xF0\x9F\x93\x90.txt,?.txt", {0, 1, 3}});
+    cases.push_back({"???.txt", {4}});
+#endif
+    fs::create_directories(at("src"));
+    for (const fs::path& name : names)
+        spit(at("src") / name, "x\n");
+#if !defined(_WIN32)
+    spit(at("src/\xE9t\xE9.txt"), "x\n"); // Latin-1, not UTF-8: only wildcards match it
+#endif
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.match);
+        fs::remove_all(at("out"));
+        ASSERT_EQ(run("--from 1252 --dir " + native(at("src")) + " --match \"" + c.match +
+                      "\" --output-dir " + native(at("out"))),
+                  0)
+            << err_;
+        std::vector<int> made;
+        for (int i = 0; i < 5; ++i) {
+            const fs::path name = i < 4 ? names[i] : fs::path("\xE9t\xE9.txt");
+            if (fs::exists(at("out") / name))
+                made.push_back(i);
+        }
+        EXPECT_EQ(made, c.selected);
+    }
+}
+
 TEST_F(Xoconv, StandardInputAndOutput) {
     spit(at("in"), "x\xE9");
     ASSERT_EQ(run("--from 1252 -", "in"), 0) << err_;

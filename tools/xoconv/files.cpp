@@ -21,6 +21,60 @@ namespace xoconv {
 
 namespace fs = std::filesystem;
 
+std::wstring textUnits(const std::string& bytes) {
+    std::wstring units;
+    for (std::size_t i = 0; i < bytes.size();) {
+        const unsigned char lead = static_cast<unsigned char>(bytes[i]);
+        const int length = lead < 0x80                   ? 1
+                           : lead >= 0xC2 && lead < 0xE0 ? 2
+                           : lead >= 0xE0 && lead < 0xF0 ? 3
+                           : lead >= 0xF0 && lead < 0xF5 ? 4
+                                                         : 0;
+        unsigned long code = length == 1   ? lead
+                             : length == 2 ? lead & 0x1F
+                             : length == 3 ? lead & 0x0F
+                                           : lead & 0x07;
+        bool valid = length > 0 && i + std::size_t(length) <= bytes.size();
+        for (int k = 1; valid && k < length; ++k) {
+            const unsigned char trail = static_cast<unsigned char>(bytes[i + std::size_t(k)]);
+            valid = (trail & 0xC0) == 0x80;
+            code = (code << 6) | (trail & 0x3F);
+        }
+        // Overlong forms, surrogates and code points past U+10FFFF are not UTF-8.
+        valid = valid && !(length == 3 && (code < 0x800 || (code >= 0xD800 && code < 0xE000))) &&
+                !(length == 4 && (code < 0x10000 || code > 0x10FFFF));
+        if (!valid) {
+            units += wchar_t(0xDC00 + lead);
+            ++i;
+            continue;
+        }
+        if (code >= 0x10000) {
+            units += wchar_t(0xD800 + ((code - 0x10000) >> 10));
+            units += wchar_t(0xDC00 + (code & 0x3FF));
+        } else {
+            units += wchar_t(code);
+        }
+        i += std::size_t(length);
+    }
+    return units;
+}
+
+std::wstring nameUnits(const fs::path& name) {
+#if defined(_WIN32)
+    return name.wstring();
+#else
+    return textUnits(name.string());
+#endif
+}
+
+std::string shown(const fs::path& path) {
+#if defined(_WIN32)
+    return path.u8string();
+#else
+    return path.string();
+#endif
+}
+
 std::FILE* openFile(const fs::path& path, const char* mode) {
 #if defined(_WIN32)
     const std::wstring wideMode(mode, mode + std::char_traits<char>::length(mode));
@@ -106,10 +160,15 @@ bool selectFiles(const std::string& folder, const std::string& patterns,
         error = folder + ": " + failure.message();
         return false;
     }
+#if defined(_WIN32)
+    // The arguments came in the ANSI code page, as the runtime gives them.
     const std::vector<std::wstring> items = patternItems(fs::path(patterns).wstring());
+#else
+    const std::vector<std::wstring> items = patternItems(textUnits(patterns));
+#endif
     for (const fs::directory_entry& entry : entries) {
         if (entry.is_regular_file(failure) &&
-            matchesWholeName(entry.path().filename().wstring(), items))
+            matchesWholeName(nameUnits(entry.path().filename()), items))
             files.push_back(entry.path());
     }
     std::sort(files.begin(), files.end());

@@ -9,6 +9,16 @@
 
 namespace xoconv {
 
+// A path as messages show it: UTF-8 on Windows, the bytes of the name elsewhere.
+std::string shown(const std::filesystem::path& path);
+
+// Text as UTF-16 units, what the library's wildcard matcher reads. On POSIX names and
+// arguments are bytes, read as UTF-8: a byte that starts no UTF-8 character becomes
+// U+DC00 + the byte (as Python's surrogate escape), so that no name is refused and
+// only wildcards match it.
+std::wstring textUnits(const std::string& bytes);
+std::wstring nameUnits(const std::filesystem::path& name);
+
 std::FILE* openFile(const std::filesystem::path& path, const char* mode);
 
 // Standard input copied into a temporary file, which can be read twice and seeked.

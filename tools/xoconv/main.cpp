@@ -24,21 +24,21 @@ void complain(const std::string& name, const std::string& what) {
 }
 
 // Where an input's output goes; empty for standard output.
-fs::path targetOf(const std::string& input, const Options& options) {
+fs::path targetOf(const fs::path& input, const Options& options) {
     if (options.inPlace)
-        return fs::path(input);
+        return input;
     if (!options.outputDir.empty())
-        return fs::path(options.outputDir) / fs::path(input).filename();
+        return fs::path(options.outputDir) / input.filename();
     if (!options.output.empty() && options.output != "-")
         return fs::path(options.output);
     return {};
 }
 
 // Converts one input; the output goes to standard output, or into place on success.
-Status convertOne(const std::string& input, const Options& options) {
+Status convertOne(const fs::path& input, const Options& options) {
     const bool standardInput = input == "-";
-    const std::string name = standardInput ? "(standard input)" : input;
-    std::FILE* in = standardInput ? bufferedStandardInput() : openFile(fs::path(input), "rb");
+    const std::string name = standardInput ? "(standard input)" : shown(input);
+    std::FILE* in = standardInput ? bufferedStandardInput() : openFile(input, "rb");
     if (!in) {
         complain(name, standardInput ? "cannot read standard input" : "cannot open for reading");
         return kInputOutput;
@@ -88,7 +88,7 @@ Status convertOne(const std::string& input, const Options& options) {
             return kUnconvertible;
         }
         if (written != Written::Ok) {
-            complain(target.string(), error);
+            complain(shown(target), error);
             return kInputOutput;
         }
         if (!output.commit(error)) {
@@ -105,20 +105,20 @@ Status convertOne(const std::string& input, const Options& options) {
 
 // Refuses, before anything is converted, an output that would land on an input
 // without --in-place: a typo in --output-dir must not cost the user a file.
-bool outputsSpareTheInputs(const std::vector<std::string>& inputs, const Options& options) {
+bool outputsSpareTheInputs(const std::vector<fs::path>& inputs, const Options& options) {
     if (options.inPlace || options.detect)
         return true;
-    for (const std::string& output : inputs) {
+    for (const fs::path& output : inputs) {
         const fs::path target = targetOf(output, options);
         if (target.empty())
             continue;
-        for (const std::string& input : inputs) {
+        for (const fs::path& input : inputs) {
             std::error_code ignored;
-            if (input != "-" && fs::equivalent(target, fs::path(input), ignored)) {
+            if (input != "-" && fs::equivalent(target, input, ignored)) {
                 std::fprintf(stderr,
                              "xoconv: %s: the output would replace the input %s; use "
                              "--in-place to convert it where it is\n",
-                             target.string().c_str(), input.c_str());
+                             shown(target).c_str(), shown(input).c_str());
                 return false;
             }
         }
@@ -151,7 +151,7 @@ int main(int argc, char** argv) {
         std::fputs(xoconv::usage(), stdout);
         return kOk;
     }
-    std::vector<std::string> inputs = options.inputs;
+    std::vector<fs::path> inputs(options.inputs.begin(), options.inputs.end());
     if (!options.dir.empty()) {
         std::vector<fs::path> selected;
         if (!selectFiles(options.dir, options.match, selected, error)) {
@@ -159,7 +159,7 @@ int main(int argc, char** argv) {
             return kInputOutput;
         }
         for (const fs::path& path : selected)
-            inputs.push_back(path.string());
+            inputs.push_back(path);
     } else if (inputs.empty()) {
         // The demonstration: the bundled drawing text, as it reads in UTF-8.
         const std::string sample = bundledSample();
@@ -178,7 +178,7 @@ int main(int argc, char** argv) {
         fs::create_directories(fs::path(options.outputDir), failure);
     }
     int status = kOk;
-    for (const std::string& input : inputs) {
+    for (const fs::path& input : inputs) {
         const Status result = convertOne(input, options);
         if (result > status)
             status = result;
