@@ -1,6 +1,7 @@
 // xoconv end to end: the built command run on sample files, as a user runs it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -327,6 +328,9 @@ TEST_F(Xoconv, NamesBeyondAscii) {
     cases.push_back({"caf\xC3\xA9.txt", {2}});
     cases.push_back({"\xF0\x9F\x93\x90.txt,?.txt", {0, 1, 3}});
     cases.push_back({"???.txt", {4}});
+    cases.push_back({"*.txt", {0, 1, 2, 3, 4}});
+    cases.push_back({"caf*", {2}});
+    cases.push_back({"*\xE8\xA1\xA8*", {1}});
 #endif
     fs::create_directories(at("src"));
     for (const fs::path& name : names)
@@ -348,6 +352,50 @@ TEST_F(Xoconv, NamesBeyondAscii) {
                 made.push_back(i);
         }
         EXPECT_EQ(made, c.selected);
+    }
+}
+
+// A pattern matches when it consumes the whole name, stars anywhere in it.
+TEST_F(Xoconv, StarsMatchAnyRunAnywhere) {
+    const char* names[] = {"x1.jis.txt", "xab", "a.b.txt", "abc.txt", "jis", "ax"};
+    struct Case {
+        const char* match;
+        std::vector<std::string> selected;
+    };
+    const Case cases[] = {
+        {"x*", {"x1.jis.txt", "xab"}},
+        {"*jis*", {"jis", "x1.jis.txt"}},
+        {"*.txt", {"a.b.txt", "abc.txt", "x1.jis.txt"}},
+        {"a*x", {"ax"}},
+        {"*", {"a.b.txt", "abc.txt", "ax", "jis", "x1.jis.txt", "xab"}},
+        {"a?*", {"a.b.txt", "abc.txt", "ax"}},
+        {"*b*t", {"a.b.txt", "abc.txt"}},
+        {"~*.txt", {"ax", "jis", "xab"}},
+        {"x*,*s", {"jis", "x1.jis.txt", "xab"}},
+    };
+    fs::create_directories(at("src"));
+    for (const char* name : names)
+        spit(at("src") / name, "x\n");
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.match);
+        fs::remove_all(at("out"));
+        ASSERT_EQ(run("--from 1252 --dir " + native(at("src")) + " --match \"" + c.match +
+                      "\" --output-dir " + native(at("out"))),
+                  0)
+            << err_;
+        std::vector<std::string> made;
+        for (const auto& entry : fs::directory_iterator(at("out")))
+            made.push_back(entry.path().filename().string());
+        std::sort(made.begin(), made.end());
+        EXPECT_EQ(made, c.selected);
+    }
+    // Nothing selected is an error the user sees, not a silent success.
+    for (const char* match : {"nothing*", "*.csv", "x"}) {
+        SCOPED_TRACE(match);
+        EXPECT_EQ(run("--from 1252 --dir " + native(at("src")) + " --match \"" + match +
+                      "\" --output-dir " + native(at("none"))),
+                  1);
+        EXPECT_NE(err_.find("no file matches"), std::string::npos) << err_;
     }
 }
 

@@ -138,15 +138,86 @@ std::vector<std::wstring> patternItems(const std::wstring& patterns) {
     return items;
 }
 
-// The matcher finds an item anywhere in the text; a file name must match as a whole.
-bool matchesWholeName(const std::wstring& name, const std::vector<std::wstring>& items) {
-    for (const std::wstring& item : items) {
-        int start = 0, end = -1;
-        // The matcher keeps state between calls: xoconv calls it from one thread only.
-        if (WildcardsStringMatch(name.c_str(), item.c_str(), &start, &end) == 5100 && start == 0 &&
-            end == int(name.size()) - 1)
-            return true;
+// The pieces of an item between its stars, and how many characters each consumes:
+// every element of the syntax but the star stands for exactly one character.
+struct Piece {
+    std::wstring pattern;
+    std::size_t length = 0;
+};
+
+std::vector<Piece> piecesOf(const std::wstring& item) {
+    std::vector<Piece> pieces(1);
+    for (std::size_t i = 0; i < item.size(); ++i) {
+        Piece& piece = pieces.back();
+        if (item[i] == L'*') {
+            pieces.emplace_back();
+            continue;
+        }
+        std::size_t last = i;
+        if (item[i] == L'`' && i + 1 < item.size()) {
+            last = i + 1;
+        } else if (item[i] == L'[') {
+            const std::size_t close = item.find(L']', i + 1);
+            last = close == std::wstring::npos ? item.size() - 1 : close;
+        }
+        piece.pattern.append(item, i, last - i + 1);
+        ++piece.length;
+        i = last;
     }
+    return pieces;
+}
+
+// Whether the piece matches exactly the characters of name at offset. The matcher
+// searches its text for the pattern, so it is given just those characters.
+bool pieceAt(const std::wstring& name, std::size_t offset, const Piece& piece) {
+    if (piece.length == 0)
+        return true;
+    const std::wstring window = name.substr(offset, piece.length);
+    int start = 0, end = -1;
+    // The matcher keeps state between calls: xoconv calls it from one thread only.
+    return WildcardsStringMatch(window.c_str(), piece.pattern.c_str(), &start, &end) == 5100 &&
+           start == 0 && end == int(piece.length) - 1;
+}
+
+// A file name matches an item when the item consumes the whole name. The library's
+// matcher looks for a pattern anywhere in its text, a star at the end consumes nothing
+// ("x*" ends after the x) and a star is not always retried with a longer run ("*.txt"
+// on "caf\u00e9.txt" matches only from the fifth character), so the stars are placed
+// here and the matcher judges the pieces between them. Each piece has a fixed
+// length, so placing every middle piece as early as it fits finds a match when
+// there is one.
+bool matchesItem(const std::wstring& name, const std::wstring& item) {
+    if (!item.empty() && item[0] == L'~')
+        return !matchesItem(name, item.substr(1));
+    const std::vector<Piece> pieces = piecesOf(item);
+    const Piece& first = pieces.front();
+    const Piece& last = pieces.back();
+    if (pieces.size() == 1)
+        return name.size() == first.length && pieceAt(name, 0, first);
+    if (name.size() < first.length + last.length || !pieceAt(name, 0, first) ||
+        !pieceAt(name, name.size() - last.length, last))
+        return false;
+    std::size_t from = first.length;
+    const std::size_t limit = name.size() - last.length;
+    for (std::size_t k = 1; k + 1 < pieces.size(); ++k) {
+        const Piece& piece = pieces[k];
+        bool placed = false;
+        for (std::size_t at = from; at + piece.length <= limit && !placed; ++at) {
+            if (pieceAt(name, at, piece)) {
+                from = at + piece.length;
+                placed = true;
+            }
+        }
+        if (!placed)
+            return false;
+    }
+    return true;
+}
+
+bool matchesWholeName(const std::wstring& name, const std::vector<std::wstring>& items) {
+    for (const std::wstring& item : items)
+        if (matchesItem(name, item))
+            return true;
     return false;
 }
 

@@ -160,6 +160,11 @@ int main(int argc, char** argv) {
         }
         for (const fs::path& path : selected)
             inputs.push_back(path);
+        if (selected.empty()) {
+            std::fprintf(stderr, "xoconv: %s: no file matches %s\n", options.dir.c_str(),
+                         options.match.c_str());
+            return kUnconvertible;
+        }
     } else if (inputs.empty()) {
         // The demonstration: the bundled drawing text, as it reads in UTF-8.
         const std::string sample = bundledSample();

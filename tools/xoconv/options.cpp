@@ -198,7 +198,10 @@ const char* usage() {
            "      --dir=DIR        convert the files of DIR that --match selects\n"
            "      --match=PATTERNS comma-separated wildcard patterns (*.txt,*.csv), each\n"
            "                       matched against the whole file name: * any run, ? any\n"
-           "                       character, # a digit, @ a letter, [a-z] a set, ` quotes\n"
+           "                       character, # a digit, @ a letter, . anything but a\n"
+           "                       letter or digit, [a-z] a set, ` quotes the next\n"
+           "                       character, ~ first negates; when nothing\n"
+           "                       matches, exit status 1\n"
            "      --detect         report each input's byte-order mark and, for 8-bit\n"
            "                       input, whether --from or --candidate suits it\n"
            "      --candidate=ENC  the code page --detect tries (default: cp932)\n"
@@ -210,7 +213,8 @@ const char* usage() {
            "file it replaces) and moved into place only when the whole input converted,\n"
            "so an input is never damaged.\n"
            "Exit status: 0 all converted, 1 an input could not be converted (or held\n"
-           "characters the target lacks), 2 usage error, 3 a file could not be read or\n"
+           "characters the target lacks, or --match selected nothing), 2 usage error, 3 a file "
+           "could not be read or\n"
            "written.\n";
 }
 
