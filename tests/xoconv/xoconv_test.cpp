@@ -399,6 +399,33 @@ TEST_F(Xoconv, StarsMatchAnyRunAnywhere) {
     }
 }
 
+// Two inputs of one name into one folder: the second would replace the first.
+TEST_F(Xoconv, InputsOfOneNameIntoOneFolderAreRefused) {
+    fs::create_directories(at("a"));
+    fs::create_directories(at("b"));
+    spit(at("a/x.txt"), "from a\n");
+    spit(at("b/x.txt"), "from b\n");
+    spit(at("a/y.txt"), "y\n");
+    const std::string cases[] = {
+        native(at("a/x.txt")) + " " + native(at("b/x.txt")),
+        native(at("a/y.txt")) + " " + native(at("a/x.txt")) + " " + native(at("b/x.txt")),
+        native(at("a/x.txt")) + " " + native(at("a/x.txt")),
+    };
+    for (const std::string& inputs : cases) {
+        SCOPED_TRACE(inputs);
+        fs::remove_all(at("out"));
+        EXPECT_EQ(run("--from 1252 --output-dir " + native(at("out")) + " " + inputs), 2);
+        EXPECT_NE(err_.find("x.txt would both be written to"), std::string::npos) << err_;
+        EXPECT_FALSE(fs::exists(at("out/x.txt")));
+        EXPECT_FALSE(fs::exists(at("out/y.txt")));
+    }
+    ASSERT_EQ(run("--from 1252 --output-dir " + native(at("out")) + " " + native(at("a/x.txt")) +
+                  " " + native(at("a/y.txt"))),
+              0)
+        << err_;
+    EXPECT_EQ(slurp(at("out/x.txt")), "from a\n");
+}
+
 TEST_F(Xoconv, StandardInputAndOutput) {
     spit(at("in"), "x\xE9");
     ASSERT_EQ(run("--from 1252 -", "in"), 0) << err_;

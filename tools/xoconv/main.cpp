@@ -1,10 +1,13 @@
 // xoconv: converts text files between 8-bit code pages, UTF-8 and UTF-16 through the
 // library's own classes: PmFILE for Unicode files and byte-order marks, XoCharMapper for
 // code pages and the CIF and MIF escapes, WildcardsStringMatch to select files.
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <cwctype>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -126,6 +129,32 @@ bool outputsSpareTheInputs(const std::vector<fs::path>& inputs, const Options& o
     return true;
 }
 
+// Refuses inputs whose outputs would land on the same file (two inputs of one base
+// name into one --output-dir): the second would silently replace the first.
+bool outputsAreDistinct(const std::vector<fs::path>& inputs, const Options& options) {
+    if (options.inPlace || options.detect || options.outputDir.empty())
+        return true;
+    std::map<fs::path::string_type, fs::path> seen;
+    for (const fs::path& input : inputs) {
+        fs::path::string_type key = input.filename().native();
+#if defined(_WIN32)
+        // Windows names differ only when they differ beyond case.
+        std::transform(key.begin(), key.end(), key.begin(),
+                       [](wchar_t c) { return wchar_t(std::towlower(c)); });
+#endif
+        const auto placed = seen.emplace(key, input);
+        if (!placed.second) {
+            std::fprintf(stderr,
+                         "xoconv: %s and %s would both be written to %s; convert them into "
+                         "different folders\n",
+                         shown(placed.first->second).c_str(), shown(input).c_str(),
+                         shown(fs::path(options.outputDir) / input.filename()).c_str());
+            return false;
+        }
+    }
+    return true;
+}
+
 std::string bundledSample() {
     const fs::path candidates[] = {fs::path(XOCONV_SAMPLE_DIR) / "drawing-cp932.txt",
                                    fs::path(XOCONV_INSTALLED_SAMPLE_DIR) / "drawing-cp932.txt"};
@@ -176,7 +205,7 @@ int main(int argc, char** argv) {
             xoconv::parseEncoding("cp932", options.from);
         inputs.push_back(sample);
     }
-    if (!outputsSpareTheInputs(inputs, options))
+    if (!outputsSpareTheInputs(inputs, options) || !outputsAreDistinct(inputs, options))
         return kUsage;
     if (!options.outputDir.empty()) {
         std::error_code failure;
