@@ -11,6 +11,7 @@
 #if !defined(_WIN32)
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #endif
@@ -473,6 +474,73 @@ TEST_F(Xoconv, ALinkAtTheOldTemporaryNameIsNeverFollowed) {
         EXPECT_EQ(slurp(at(c.target)), "caf\xC3\xA9\n");
         EXPECT_TRUE(fs::is_symlink(planted)); // not removed, not replaced
         fs::remove(planted);
+    }
+}
+
+// -o onto a link replaces the file it names and keeps the link; onto a FIFO or a
+// device it writes into it. Before, each became a regular file.
+TEST_F(Xoconv, OutputsThatAreNotRegularFiles) {
+    spit(at("in.txt"), "caf\xE9\n");
+    const std::string expected = "caf\xC3\xA9\n";
+    const std::string convert = "-f 1252 " + native(at("in.txt")) + " -o ";
+
+    struct Link {
+        const char* name;
+        std::vector<std::pair<const char*, const char*>> links; // link, what it names
+        const char* file;                                       // where the output lands
+    };
+    const Link links[] = {
+        {"to a file", {{"link", "file.txt"}}, "file.txt"},
+        {"through two links", {{"link", "link2"}, {"link2", "sub/file.txt"}}, "sub/file.txt"},
+        {"to a missing file", {{"link", "sub/new.txt"}}, "sub/new.txt"},
+        {"absolute", {{"link", "ABS"}}, "sub/abs.txt"},
+    };
+    for (const Link& c : links) {
+        SCOPED_TRACE(c.name);
+        fs::remove_all(at("sub"));
+        fs::create_directories(at("sub"));
+        spit(at("file.txt"), "old\n");
+        spit(at("sub/file.txt"), "old\n");
+        for (const auto& link : c.links) {
+            fs::remove(at(link.first));
+            fs::create_symlink(std::string(link.second) == "ABS" ? at("sub/abs.txt").string()
+                                                                 : link.second,
+                               at(link.first));
+        }
+        ASSERT_EQ(run(convert + native(at("link"))), 0) << err_;
+        for (const auto& link : c.links)
+            EXPECT_TRUE(fs::is_symlink(at(link.first))) << link.first;
+        EXPECT_EQ(slurp(at(c.file)), expected);
+    }
+
+    {
+        SCOPED_TRACE("FIFO");
+        ASSERT_EQ(::mkfifo(at("fifo").c_str(), 0644), 0);
+        const int reader = ::open(at("fifo").c_str(), O_RDONLY | O_NONBLOCK);
+        ASSERT_GE(reader, 0);
+        ASSERT_EQ(run(convert + native(at("fifo"))), 0) << err_;
+        char buffer[64] = {};
+        const ssize_t got = ::read(reader, buffer, sizeof buffer);
+        ::close(reader);
+        EXPECT_EQ(std::string(buffer, got > 0 ? std::size_t(got) : 0), expected);
+        struct stat facts {};
+        ASSERT_EQ(::lstat(at("fifo").c_str(), &facts), 0);
+        EXPECT_TRUE(S_ISFIFO(facts.st_mode));
+    }
+    if (::geteuid() == 0) {
+        SCOPED_TRACE("device");
+        ASSERT_EQ(::mknod(at("null").c_str(), S_IFCHR | 0666, makedev(1, 3)), 0);
+        ASSERT_EQ(run(convert + native(at("null"))), 0) << err_;
+        struct stat facts {};
+        ASSERT_EQ(::lstat(at("null").c_str(), &facts), 0);
+        EXPECT_TRUE(S_ISCHR(facts.st_mode));
+    }
+    {
+        SCOPED_TRACE("folder");
+        fs::create_directories(at("folder"));
+        EXPECT_EQ(run(convert + native(at("folder"))), 3);
+        EXPECT_NE(err_.find("folder: Is a directory"), std::string::npos) << err_;
+        EXPECT_TRUE(fs::is_directory(at("folder")));
     }
 }
 

@@ -250,6 +250,69 @@ std::string systemError(const fs::path& path, int error) {
     return path.string() + ": " + std::strerror(error);
 }
 
+bool placeOutput(const fs::path& target, OutputPlace& place, std::string& error) {
+    fs::path path = target;
+#if defined(_WIN32)
+    std::error_code ignored;
+    if (fs::is_directory(path, ignored)) {
+        error = systemError(path, EISDIR);
+        return false;
+    }
+    place.path = path;
+    place.direct = false;
+    return true;
+#else
+    for (int hop = 0; hop < 40; ++hop) {
+        struct stat facts;
+        if (::lstat(path.c_str(), &facts) != 0) {
+            if (errno != ENOENT) {
+                error = systemError(path, errno);
+                return false;
+            }
+            place.path = path; // a new file, or the missing file a link names
+            place.direct = false;
+            return true;
+        }
+        if (S_ISLNK(facts.st_mode)) {
+            std::error_code failure;
+            const fs::path next = fs::read_symlink(path, failure);
+            if (failure) {
+                error = path.string() + ": " + failure.message();
+                return false;
+            }
+            path = next.is_absolute() ? next : path.parent_path() / next;
+            continue;
+        }
+        if (S_ISDIR(facts.st_mode)) {
+            error = systemError(path, EISDIR);
+            return false;
+        }
+        place.path = path;
+        place.direct = !S_ISREG(facts.st_mode);
+        return true;
+    }
+    error = systemError(target, ELOOP);
+    return false;
+#endif
+}
+
+std::FILE* openDirect(const fs::path& path) {
+#if defined(_WIN32)
+    return openFile(path, "wb");
+#else
+    const int fd = ::open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
+    if (fd < 0)
+        return nullptr;
+    std::FILE* stream = ::fdopen(fd, "wb");
+    if (!stream) {
+        const int error = errno;
+        ::close(fd);
+        errno = error;
+    }
+    return stream;
+#endif
+}
+
 namespace {
 
 // Twelve letters and digits from the system's random source: 62 bits nobody can guess.

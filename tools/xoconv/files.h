@@ -31,6 +31,18 @@ bool standardErrorIsTerminal();
 bool selectFiles(const std::string& folder, const std::string& patterns,
                  std::vector<std::filesystem::path>& files, std::string& error);
 
+// Where an output goes. A symbolic link is followed to the file it names, which is
+// replaced while the link stays; a file that is not a regular one (a device, a FIFO,
+// a socket) is written into as it is, never replaced.
+struct OutputPlace {
+    std::filesystem::path path; // links followed
+    bool direct = false;        // written into, not replaced
+};
+bool placeOutput(const std::filesystem::path& target, OutputPlace& place, std::string& error);
+
+// Opens an existing file that is not a regular one for writing, creating nothing.
+std::FILE* openDirect(const std::filesystem::path& path);
+
 // An output beside its final path; commit moves it there, and destroying an
 // uncommitted one removes it, so a failed conversion leaves the target untouched.
 // The temporary file gets a name nobody can guess and is created only if no file or

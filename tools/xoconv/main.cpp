@@ -68,19 +68,40 @@ Status convertOne(const fs::path& input, const Options& options) {
 
     const fs::path target = targetOf(input, options);
     std::size_t lacking = 0;
-    if (target.empty()) {
-        binaryStandardOutput();
-        const Written written = writeText(stdout, text, options, lacking, error);
+    OutputPlace place;
+    if (!target.empty() && !placeOutput(target, place, error)) {
+        std::fprintf(stderr, "xoconv: %s\n", error.c_str());
+        return kInputOutput;
+    }
+    if (target.empty() || place.direct) {
+        // Standard output, a device or a FIFO: written as it goes, nothing to replace.
+        std::FILE* out = stdout;
+        std::string where = "(standard output)";
+        if (target.empty()) {
+            binaryStandardOutput();
+        } else {
+            where = shown(place.path);
+            out = openDirect(place.path);
+            if (!out) {
+                complain(where, std::strerror(errno));
+                return kInputOutput;
+            }
+        }
+        const Written written = writeText(out, text, options, lacking, error);
+        bool flushed = std::fflush(out) == 0;
+        const int flushError = errno;
+        if (out != stdout)
+            flushed = std::fclose(out) == 0 && flushed;
         if (written == Written::Lacking) {
             complain(name, error);
             return kUnconvertible;
         }
-        if (written != Written::Ok || std::fflush(stdout) != 0) {
-            complain("(standard output)", written != Written::Ok ? error : std::strerror(errno));
+        if (written != Written::Ok || !flushed) {
+            complain(where, written != Written::Ok ? error : std::strerror(flushError));
             return kInputOutput;
         }
     } else {
-        PendingOutput output(target);
+        PendingOutput output(place.path);
         if (!output.stream()) {
             std::fprintf(stderr, "xoconv: %s\n", output.error().c_str());
             return kInputOutput;
@@ -91,7 +112,7 @@ Status convertOne(const fs::path& input, const Options& options) {
             return kUnconvertible;
         }
         if (written != Written::Ok) {
-            complain(shown(target), error);
+            complain(shown(place.path), error);
             return kInputOutput;
         }
         if (!output.commit(error)) {
