@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 #endif
 
@@ -541,6 +542,58 @@ TEST_F(Xoconv, OutputsThatAreNotRegularFiles) {
         EXPECT_EQ(run(convert + native(at("folder"))), 3);
         EXPECT_NE(err_.find("folder: Is a directory"), std::string::npos) << err_;
         EXPECT_TRUE(fs::is_directory(at("folder")));
+    }
+}
+
+// In place keeps what the file was: its owner, group, mode and attributes, its
+// links, its other names.
+TEST_F(Xoconv, InPlaceKeepsTheFileAsItWas) {
+    struct Case {
+        int mode;
+        unsigned uid, gid; // changed only when the test runs as root
+    };
+    const Case cases[] = {{0750, 1234, 5678}, {0640, 0, 4321}, {02755, 4321, 0}, {0604, 0, 0}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.mode);
+        spit(at("in.txt"), "caf\xE9\n");
+        const bool root = ::geteuid() == 0;
+        if (root) {
+            ASSERT_EQ(::chown(at("in.txt").c_str(), c.uid, c.gid), 0);
+        }
+        ASSERT_EQ(::chmod(at("in.txt").c_str(), mode_t(c.mode)), 0);
+        const bool attribute = ::setxattr(at("in.txt").c_str(), "user.xoconv", "kept", 4, 0) == 0;
+        ASSERT_EQ(run("-f 1252 --in-place " + native(at("in.txt"))), 0) << err_;
+        EXPECT_EQ(slurp(at("in.txt")), "caf\xC3\xA9\n");
+        struct stat facts {};
+        ASSERT_EQ(::stat(at("in.txt").c_str(), &facts), 0);
+        EXPECT_EQ(facts.st_mode & 07777, mode_t(c.mode));
+        if (root) {
+            EXPECT_EQ(facts.st_uid, c.uid);
+            EXPECT_EQ(facts.st_gid, c.gid);
+        }
+        if (attribute) {
+            char value[8] = {};
+            EXPECT_EQ(::getxattr(at("in.txt").c_str(), "user.xoconv", value, sizeof value), 4);
+            EXPECT_STREQ(value, "kept");
+        }
+    }
+    {
+        SCOPED_TRACE("a link");
+        fs::create_directories(at("real"));
+        spit(at("real/file.txt"), "caf\xE9\n");
+        fs::create_symlink("real/file.txt", at("link.txt"));
+        ASSERT_EQ(run("-f 1252 --in-place " + native(at("link.txt"))), 0) << err_;
+        EXPECT_TRUE(fs::is_symlink(at("link.txt")));
+        EXPECT_EQ(slurp(at("real/file.txt")), "caf\xC3\xA9\n");
+    }
+    {
+        SCOPED_TRACE("hard links");
+        spit(at("one.txt"), "caf\xE9\n");
+        fs::create_hard_link(at("one.txt"), at("two.txt"));
+        EXPECT_EQ(run("-f 1252 --in-place " + native(at("one.txt"))), 3);
+        EXPECT_NE(err_.find("hard links"), std::string::npos) << err_;
+        EXPECT_TRUE(fs::equivalent(at("one.txt"), at("two.txt")));
+        EXPECT_EQ(slurp(at("two.txt")), "caf\xE9\n");
     }
 }
 

@@ -12,6 +12,7 @@
 #include <io.h>
 #include <share.h>
 #else
+#include <sys/xattr.h>
 #include <unistd.h>
 #endif
 
@@ -325,64 +326,113 @@ std::string unguessableToken() {
     return token;
 }
 
-// Creates path, failing when any file or link already holds the name. mode is the
-// final file's permissions, or -1 for a new file's default.
-int createExclusive(const fs::path& path, int mode) {
+// Creates path, failing when any file or link already holds the name. A file that
+// will replace another is owner-only until it has that file's owner and permissions,
+// so that nobody else opens it meanwhile.
+int createExclusive(const fs::path& path, bool replacing) {
 #if defined(_WIN32)
-    (void)mode; // a replaced file's attributes are the rename's business on Windows
+    (void)replacing; // a replaced file's attributes are the rename's business on Windows
     int fd = -1;
     errno = ::_wsopen_s(&fd, path.wstring().c_str(),
                         _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT, _SH_DENYRW,
                         _S_IREAD | _S_IWRITE);
     return fd;
 #else
-    // Owner-only until fchmod gives the final bits, so that nobody opens it meanwhile.
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                          mode >= 0 ? 0600 : 0666);
-    if (fd >= 0 && mode >= 0 && ::fchmod(fd, mode_t(mode)) != 0) {
-        const int error = errno;
-        ::close(fd);
-        ::unlink(path.c_str());
-        errno = error;
-        return -1;
-    }
-    return fd;
+    return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                  replacing ? 0600 : 0666);
 #endif
 }
+
+#if !defined(_WIN32)
+// Gives the new file what the replaced one had: owner and group first (changing them
+// clears the set-id bits), then the permissions, then the extended attributes where
+// the file system keeps them. An owner that cannot be kept is a failure: the rename
+// would hand the file to whoever runs the tool.
+bool takeOver(int fd, const struct stat& old, const fs::path& temporary, std::string& error) {
+    struct stat now;
+    if (::fstat(fd, &now) != 0) {
+        error = systemError(temporary, errno);
+        return false;
+    }
+    if ((now.st_uid != old.st_uid || now.st_gid != old.st_gid) &&
+        ::fchown(fd, old.st_uid, old.st_gid) != 0) {
+        error = systemError(temporary, errno) + " (keeping the owner and group of the file it " +
+                "replaces)";
+        return false;
+    }
+    if (::fchmod(fd, old.st_mode & 07777) != 0) {
+        error = systemError(temporary, errno);
+        return false;
+    }
+    return true;
+}
+
+void copyAttributes(int from, int to) {
+    const ssize_t size = ::flistxattr(from, nullptr, 0);
+    if (size <= 0)
+        return;
+    std::string names(std::size_t(size), '\0');
+    const ssize_t got = ::flistxattr(from, &names[0], names.size());
+    for (std::size_t at = 0; got > 0 && at < std::size_t(got);) {
+        const char* name = names.c_str() + at;
+        const ssize_t length = ::fgetxattr(from, name, nullptr, 0);
+        std::string value(length > 0 ? std::size_t(length) : 0, '\0');
+        if (length >= 0 && ::fgetxattr(from, name, &value[0], value.size()) == length)
+            ::fsetxattr(to, name, value.data(), value.size(), 0); // best effort
+        at += std::strlen(name) + 1;
+    }
+}
+#endif
 
 } // namespace
 
 PendingOutput::PendingOutput(fs::path target) : target_(std::move(target)) {
-    int mode = -1;
+    bool replacing = false;
 #if !defined(_WIN32)
-    struct stat facts;
-    if (::stat(target_.c_str(), &facts) == 0 && S_ISREG(facts.st_mode))
-        mode = int(facts.st_mode & 07777);
+    struct stat old;
+    replacing = ::stat(target_.c_str(), &old) == 0 && S_ISREG(old.st_mode);
+    if (replacing && old.st_nlink > 1) {
+        // Replacing the file would leave its other names with the old text.
+        error_ = target_.string() + ": the file has " + std::to_string(old.st_nlink) +
+                 " names (hard links), and replacing it would separate them; convert a copy";
+        return;
+    }
 #endif
     for (int attempt = 0; attempt < 100; ++attempt) {
         fs::path candidate = target_;
         candidate += ".xoconv-" + unguessableToken() + ".tmp";
-        const int fd = createExclusive(candidate, mode);
+        const int fd = createExclusive(candidate, replacing);
         if (fd < 0) {
             if (errno == EEXIST)
                 continue;
             error_ = systemError(candidate, errno);
             return;
         }
+        temporary_ = candidate; // from here on removed by the destructor
 #if defined(_WIN32)
         stream_ = ::_fdopen(fd, "wb");
-#else
-        stream_ = ::fdopen(fd, "wb");
-#endif
         if (!stream_) {
             error_ = systemError(candidate, errno);
-#if defined(_WIN32)
             ::_close(fd);
-#else
-            ::close(fd);
-#endif
         }
-        temporary_ = candidate;
+#else
+        if (replacing && !takeOver(fd, old, candidate, error_)) {
+            ::close(fd);
+            return;
+        }
+        if (replacing) {
+            const int source = ::open(target_.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+            if (source >= 0) {
+                copyAttributes(source, fd);
+                ::close(source);
+            }
+        }
+        stream_ = ::fdopen(fd, "wb");
+        if (!stream_) {
+            error_ = systemError(candidate, errno);
+            ::close(fd);
+        }
+#endif
         return;
     }
     error_ = target_.string() + ": no free name for a temporary file beside it";

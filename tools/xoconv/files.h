@@ -48,8 +48,10 @@ std::FILE* openDirect(const std::filesystem::path& path);
 // The temporary file gets a name nobody can guess and is created only if no file or
 // link holds that name yet: anyone who can write to the target's folder could
 // otherwise plant a link there and have the output written wherever it points. It
-// is made with the target's permissions when the target exists, so the output is
-// never readable by more people than the file it replaces.
+// is made with the target's owner, group and permissions (and extended attributes
+// where the file system keeps them) when the target exists, so the output is never
+// readable by more people than the file it replaces. A target with several names
+// (hard links) is refused: replacing it would separate them.
 class PendingOutput {
 public:
     explicit PendingOutput(std::filesystem::path target);
