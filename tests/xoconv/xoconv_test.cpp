@@ -58,10 +58,20 @@ protected:
     }
 
     // Runs xoconv with arguments; stdout and stderr land in out_ and err_.
-    int run(const std::string& arguments, const std::string& input = "") {
+    // Standard input is the file named input, else the null device (as a terminal, no
+    // text: xoconv then converts its bundled sample). With piped, both standard input
+    // and standard output are pipes.
+    int run(const std::string& arguments, const std::string& input = "", bool piped = false) {
         std::string command = native(XOCONV_EXE) + " " + arguments;
-        if (!input.empty())
-            command += " < " + native(dir_ / input);
+#if defined(_WIN32)
+        const std::string nothing = "NUL";
+#else
+        const std::string nothing = "/dev/null";
+#endif
+        if (piped)
+            command = "cat " + native(dir_ / input) + " | " + command + " | cat";
+        else
+            command += " < " + (input.empty() ? nothing : native(dir_ / input));
         command += " > " + native(dir_ / "stdout") + " 2> " + native(dir_ / "stderr");
 #if defined(_WIN32)
         command = "\"" + command + "\"";
@@ -305,8 +315,10 @@ TEST_F(Xoconv, FoldersFilteredByWildcards) {
     EXPECT_TRUE(fs::exists(at("out/a.txt")));
     EXPECT_TRUE(fs::exists(at("out/b.csv")));
     EXPECT_FALSE(fs::exists(at("out/c.dwg")));
-    EXPECT_EQ(run(native(at("src/a.txt")) + " " + native(at("src/b.csv"))),
-              2); // several need a destination
+    // Without a destination, several outputs follow each other on standard output.
+    ASSERT_EQ(run("--from 1252 " + native(at("src/a.txt")) + " " + native(at("src/b.csv"))), 0)
+        << err_;
+    EXPECT_EQ(out_, "a\nb\n");
 }
 
 // Names are any text the system allows, also in the patterns: the selection used to
@@ -429,9 +441,35 @@ TEST_F(Xoconv, InputsOfOneNameIntoOneFolderAreRefused) {
 }
 
 TEST_F(Xoconv, StandardInputAndOutput) {
+    using namespace std::string_literals;
     spit(at("in"), "x\xE9");
-    ASSERT_EQ(run("--from 1252 -", "in"), 0) << err_;
-    EXPECT_EQ(out_, "x\xC3\xA9");
+    spit(at("more"), "y\n");
+    struct Case {
+        const char* arguments; // "M" stands for the file "more"
+        bool piped;
+        std::string out;
+    };
+    std::vector<Case> cases = {
+        {"--from 1252 -", false, "x\xC3\xA9"},
+        {"--from 1252", false, "x\xC3\xA9"}, // no input named: standard input
+        {"--from 1252 --to utf-16le", false, "\xFF\xFEx\0\xE9\0"s},
+        {"--from 1252 --to utf-16be - M", false, "\xFE\xFF\0x\0\xE9\0y\0\n"s},
+        {"--from 1252 --to utf-8 --bom M -", false, "\xEF\xBB\xBFy\nx\xC3\xA9"},
+    };
+#if !defined(_WIN32)
+    cases.push_back({"--from 1252", true, "x\xC3\xA9"});
+    cases.push_back({"--from 1252 --to utf-16le", true, "\xFF\xFEx\0\xE9\0"s});
+    cases.push_back({"--from 1252 --to utf-8 --bom - M", true, "\xEF\xBB\xBFx\xC3\xA9y\n"});
+#endif
+    for (const Case& c : cases) {
+        std::string arguments = c.arguments;
+        const std::size_t m = arguments.find(" M");
+        if (m != std::string::npos)
+            arguments.replace(m + 1, 1, native(at("more")));
+        SCOPED_TRACE(arguments + (c.piped ? " (piped)" : ""));
+        ASSERT_EQ(run(arguments, "in", c.piped), 0) << err_;
+        EXPECT_EQ(out_, c.out);
+    }
 }
 
 #if !defined(_WIN32)

@@ -297,8 +297,14 @@ Written writeText(std::FILE* out, std::wstring text, const Options& options, std
     PmFILE file(out);
     file.setCharFormat(formatOf(options.to));
     const bool bom = options.bom == 1 || (options.bom == -1 && options.to.kind != Encoding::Utf8);
-    if (bom && !file.writeBOM()) {
-        error = "write failed";
+    // Written here rather than by PmFILE, which writes a mark only where it can tell
+    // that the stream is at its start: never on a pipe or a terminal.
+    const char* mark = options.to.kind == Encoding::Utf8          ? "\xEF\xBB\xBF"
+                       : options.to.kind == Encoding::Utf16Little ? "\xFF\xFE"
+                                                                  : "\xFE\xFF";
+    const std::size_t markSize = options.to.kind == Encoding::Utf8 ? 3 : 2;
+    if (bom && std::fwrite(mark, 1, markSize, out) != markSize) {
+        error = std::strerror(errno);
         return Written::Failed;
     }
     for (wchar_t unit : text) {

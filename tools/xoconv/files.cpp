@@ -11,6 +11,7 @@
 #if defined(_WIN32)
 #include <io.h>
 #include <share.h>
+#include <windows.h>
 #else
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -106,6 +107,17 @@ std::FILE* bufferedStandardInput() {
 void binaryStandardOutput() {
 #if defined(_WIN32)
     ::_setmode(::_fileno(stdout), _O_BINARY);
+#endif
+}
+
+bool standardInputIsData() {
+#if defined(_WIN32)
+    const DWORD type = ::GetFileType(reinterpret_cast<HANDLE>(::_get_osfhandle(::_fileno(stdin))));
+    return type == FILE_TYPE_DISK || type == FILE_TYPE_PIPE;
+#else
+    struct stat facts;
+    return ::fstat(STDIN_FILENO, &facts) == 0 &&
+           (S_ISFIFO(facts.st_mode) || S_ISREG(facts.st_mode) || S_ISSOCK(facts.st_mode));
 #endif
 }
 

@@ -25,6 +25,10 @@ std::FILE* openFile(const std::filesystem::path& path, const char* mode);
 std::FILE* bufferedStandardInput();
 
 void binaryStandardOutput();
+
+// Whether standard input is a pipe, a socket or a file rather than a terminal or a
+// device such as the null device: what a user piping text in gives.
+bool standardInputIsData();
 bool standardErrorIsTerminal();
 
 // The regular files of folder whose names match the pattern list, sorted by name.

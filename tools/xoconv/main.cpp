@@ -215,6 +215,8 @@ int main(int argc, char** argv) {
                          options.match.c_str());
             return kUnconvertible;
         }
+    } else if (inputs.empty() && standardInputIsData()) {
+        inputs.push_back("-"); // as in "cat drawing.txt | xoconv -f 932"
     } else if (inputs.empty()) {
         // The demonstration: the bundled drawing text, as it reads in UTF-8.
         const std::string sample = bundledSample();
@@ -233,8 +235,11 @@ int main(int argc, char** argv) {
         fs::create_directories(fs::path(options.outputDir), failure);
     }
     int status = kOk;
+    Options each = options;
     for (const fs::path& input : inputs) {
-        const Status result = convertOne(input, options);
+        const Status result = convertOne(input, each);
+        if (targetOf(input, options).empty())
+            each.bom = 0; // outputs after the first continue the same text
         if (result > status)
             status = result;
     }

@@ -154,10 +154,6 @@ bool parseOptions(int argc, char** argv, Options& options, std::string& error, b
     if (!options.dir.empty() && options.match.empty())
         options.match = "*";
     const bool several = options.inputs.size() > 1 || !options.dir.empty();
-    if (!options.detect && several && options.outputDir.empty() && !options.inPlace) {
-        error = "several inputs need --output-dir or --in-place";
-        return false;
-    }
     if (!options.output.empty() && (several || options.inPlace || !options.outputDir.empty())) {
         error = "-o takes a single input and no --in-place or --output-dir";
         return false;
@@ -174,8 +170,11 @@ const char* usage() {
     return "Usage: xoconv [OPTIONS] [INPUT...]\n"
            "Converts text files between 8-bit code pages, UTF-8 and UTF-16 with the\n"
            "XoOsBase library, decoding the CIF (\\U+XXXX) and MIF (\\M+NXXXX) escapes of\n"
-           "8-bit drawing text. An INPUT of - is standard input. Without inputs, the\n"
-           "bundled sample is converted.\n"
+           "8-bit drawing text. An INPUT of - is standard input. Without inputs,\n"
+           "standard input when it is a pipe or a file, else (a terminal) the bundled\n"
+           "sample. Several inputs without --output-dir or --in-place are written to\n"
+           "standard output one after the other (a byte-order mark only before the\n"
+           "first).\n"
            "\n"
            "Encodings: utf-8, utf-16le, utf-16be, ansi (the system code page), a Windows\n"
            "code page number (932 or cp932), or a library code page identifier (id:38).\n"
