@@ -289,6 +289,43 @@ TEST_F(Xoconv, ErrorsNameTheFileAndTheByte) {
     EXPECT_NE(out_.find("Usage: xoconv"), std::string::npos);
 }
 
+// Failures give the system's reason and the path that failed, the temporary file
+// when that is what failed; code pages are named by number.
+TEST_F(Xoconv, MessagesSayWhatFailedAndWhy) {
+    spit(at("in.txt"), "caf\xE9\n");
+    spit(at("file"), "x");
+    spit(at("cjk.txt"), "\xE4\xB8\xAD");
+    spit(at("bad.txt"), "ab\x81 \n");
+    fs::create_directories(at("folder"));
+    const std::string in = " " + native(at("in.txt"));
+    struct Case {
+        std::string arguments;
+        int status;
+        std::vector<std::string> says;
+    };
+    std::vector<Case> cases = {
+        {"-f 1252 " + native(at("folder")), 3, {"folder: Is a directory"}},
+        {"-f 1252 " + native(at("missing.txt")), 3, {"missing.txt: No such file or directory"}},
+        {"-f 1252 --output-dir " + native(at("file/out")) + in, 3, {"out: Not a directory"}},
+        {"-f 1252 -o " + native(at("nowhere/out.txt")) + in,
+         3,
+         {"out.txt.xoconv-", ".tmp: No such file or directory"}},
+        {"-f 1252 -o " + native(at("folder")) + in, 3, {"folder: Is a directory"}},
+        {"-f utf-8 -t 1252 " + native(at("cjk.txt")), 1, {"not in code page 1252"}},
+        {"-f cp932 " + native(at("bad.txt")), 1, {"byte 2: not a character of code page 932"}},
+        {"-f utf-8 -t ansi " + native(at("cjk.txt")), 1, {"not in code page ", "(the system's)"}},
+    };
+#if !defined(_WIN32)
+    cases.push_back({"-f 1252 -o /dev/full" + in, 3, {"/dev/full: No space left on device"}});
+#endif
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.arguments);
+        EXPECT_EQ(run(c.arguments), c.status) << err_;
+        for (const std::string& part : c.says)
+            EXPECT_NE(err_.find(part), std::string::npos) << part << " in " << err_;
+    }
+}
+
 TEST_F(Xoconv, AnInputIsNeverDamaged) {
     const std::string bad = "good\n\xFF\xFE\xFD";
     spit(at("bad.txt"), bad);

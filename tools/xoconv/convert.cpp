@@ -123,7 +123,7 @@ bool readEightBit(std::FILE* in, const Options& options, code_page_id id, Progre
     for (std::size_t n; (n = std::fread(chunk, 1, sizeof chunk, in)) > 0;)
         bytes.append(chunk, n);
     if (std::ferror(in)) {
-        error = "read failed";
+        error = std::strerror(errno);
         return false;
     }
     // A line feed or a zero byte is never the trail byte of a double-byte character, so
@@ -156,8 +156,8 @@ bool readEightBit(std::FILE* in, const Options& options, code_page_id id, Progre
         if (ok && zero)
             text += L'\0';
         if (!ok) {
-            error = offsetText(static_cast<long long>(start + bad)) +
-                    ": not a character of code page " + options.from.name;
+            error = offsetText(static_cast<long long>(start + bad)) + ": not a character of " +
+                    describe(options.from);
             return false;
         }
         start = end;
@@ -231,7 +231,7 @@ Written writeEightBit(std::FILE* out, const std::wstring& text, const Options& o
     }
     if (lacking > 0 && options.lacking == Lacking::Fail) {
         error = "character " + std::to_string(first) + " (" + hexUnit(text[first]) + ") and " +
-                std::to_string(lacking - 1) + " other(s) are not in code page " + options.to.name +
+                std::to_string(lacking - 1) + " other(s) are not in " + describe(options.to) +
                 "; nothing written (--cif writes escapes, --replace '?', -c drops them)";
         return Written::Lacking;
     }

@@ -41,9 +41,14 @@ fs::path targetOf(const fs::path& input, const Options& options) {
 Status convertOne(const fs::path& input, const Options& options) {
     const bool standardInput = input == "-";
     const std::string name = standardInput ? "(standard input)" : shown(input);
+    std::error_code ignored;
+    if (!standardInput && fs::is_directory(input, ignored)) {
+        complain(name, std::strerror(EISDIR)); // POSIX opens a folder for reading
+        return kInputOutput;
+    }
     std::FILE* in = standardInput ? bufferedStandardInput() : openFile(input, "rb");
     if (!in) {
-        complain(name, standardInput ? "cannot read standard input" : "cannot open for reading");
+        complain(name, std::strerror(errno));
         return kInputOutput;
     }
     if (options.detect) {
@@ -121,7 +126,7 @@ Status convertOne(const fs::path& input, const Options& options) {
         }
     }
     if (lacking > 0 && !options.quiet)
-        complain(name, std::to_string(lacking) + " character(s) that " + options.to.name +
+        complain(name, std::to_string(lacking) + " character(s) that " + describe(options.to) +
                            (options.lacking == Lacking::Drop ? " lacks left out"
                                                              : " lacks written as '?'"));
     return kOk;
@@ -233,6 +238,11 @@ int main(int argc, char** argv) {
     if (!options.outputDir.empty()) {
         std::error_code failure;
         fs::create_directories(fs::path(options.outputDir), failure);
+        if (failure) {
+            std::fprintf(stderr, "xoconv: %s: %s\n", options.outputDir.c_str(),
+                         failure.message().c_str());
+            return kInputOutput;
+        }
     }
     int status = kOk;
     Options each = options;

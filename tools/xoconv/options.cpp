@@ -166,6 +166,27 @@ bool parseOptions(int argc, char** argv, Options& options, std::string& error, b
     return true;
 }
 
+std::string describe(const Encoding& encoding) {
+    switch (encoding.kind) {
+    case Encoding::Utf8:
+        return "UTF-8";
+    case Encoding::Utf16Little:
+        return "UTF-16LE";
+    case Encoding::Utf16Big:
+        return "UTF-16BE";
+    case Encoding::Auto:
+        return "(not known yet)";
+    case Encoding::Ansi8:
+        break;
+    }
+    const code_page_id id = static_cast<code_page_id>(encoding.codePageId);
+    int windows = XoCodePageMapper::veskCpToAnsiCp(id);
+    const bool system = encoding.codePageId == 46 || windows == 3;
+    if (system)
+        windows = XoCodePageMapper::currentSystemAnsiCp();
+    return "code page " + std::to_string(windows) + (system ? " (the system's)" : "");
+}
+
 const char* usage() {
     return "Usage: xoconv [OPTIONS] [INPUT...]\n"
            "Converts text files between 8-bit code pages, UTF-8 and UTF-16 with the\n"

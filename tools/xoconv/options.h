@@ -44,6 +44,10 @@ bool parseOptions(int argc, char** argv, Options& options, std::string& error, b
 // "utf-8", "utf-16le", "utf-16be", "ansi", "932", "cp932", "id:38"; false when unknown.
 bool parseEncoding(const std::string& text, Encoding& encoding);
 
+// How messages name an encoding: "code page 1252" (the number also for "ansi", the
+// system's), "UTF-8", "UTF-16LE", "UTF-16BE".
+std::string describe(const Encoding& encoding);
+
 const char* usage();
 
 } // namespace xoconv
