@@ -278,6 +278,40 @@ TEST_F(Xoconv, ByteOrderMarksDecideTheInput) {
     EXPECT_NE(out_.find("suits cp932"), std::string::npos) << out_;
 }
 
+// UTF-32 of both byte orders, read by its mark or by name, and written.
+TEST_F(Xoconv, Utf32BothOrders) {
+    using namespace std::string_literals;
+    struct Case {
+        const char* options;
+        std::string in;
+        int status;
+        std::string out; // standard output, or what the message holds
+    };
+    const Case cases[] = {
+        {"", "\xFF\xFE\0\0A\0\0\0\xE9\0\0\0"s, 0, "A\xC3\xA9"},
+        {"", "\0\0\xFE\xFF\0\0\0A\0\0\0\xE9"s, 0, "A\xC3\xA9"},
+        {"--from utf-32be", "\0\0\0A\0\0\0\xE9"s, 0, "A\xC3\xA9"},
+        {"--from utf-32le --to utf-16le --no-bom", "\xD0\xF4\x01\0"s, 0, "\x3D\xD8\xD0\xDC"s},
+        {"--from utf-16le --to utf-32le", "\x3D\xD8\xD0\xDC"s, 0, "\xFF\xFE\0\0\xD0\xF4\x01\0"s},
+        {"--from 1252 --to utf-32be --no-bom", "\xE9"s, 0, "\0\0\0\xE9"s},
+        {"--from utf-16le", "\xFF\xFE\0\0A\0"s, 0, "\0A"s}, // the UTF-16 mark, then U+0000
+        {"--detect", "\xFF\xFE\0\0A\0\0\0"s, 0, "byte-order mark UTF-32LE"},
+        {"--detect", "\0\0\xFE\xFF\0\0\0A"s, 0, "byte-order mark UTF-32BE"},
+        {"--from utf-32le", "A\0\0\0\0\0\x11\0"s, 1, "byte 4: not a UTF-32 character"},
+        {"--from utf-32le", "A\0\0\0B\0"s, 1, "byte 4: a partial character"},
+        {"--from utf-16le --to utf-32le", "\x3D\xD8"s, 1, "lone surrogate"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.options + (" " + c.out));
+        spit(at("in.txt"), c.in);
+        ASSERT_EQ(run(std::string(c.options) + " " + native(at("in.txt"))), c.status) << err_;
+        if (c.status == 0 && std::string(c.options) != "--detect")
+            EXPECT_EQ(out_, c.out);
+        else
+            EXPECT_NE((out_ + err_).find(c.out), std::string::npos) << out_ << err_;
+    }
+}
+
 TEST_F(Xoconv, ErrorsNameTheFileAndTheByte) {
     spit(at("bad.txt"), "abc\xC3\x28xyz");
     EXPECT_EQ(run("--from utf-8 " + native(at("bad.txt"))), 1);

@@ -28,23 +28,6 @@ std::string offsetText(long long offset) {
     return "byte " + std::to_string(offset);
 }
 
-const char* formatName(unsigned format) {
-    switch (format) {
-    case kFormatUtf8:
-        return "UTF-8";
-    case kFormatUtf16Little:
-        return "UTF-16LE";
-    case kFormatUtf16Big:
-        return "UTF-16BE";
-    case 5:
-        return "UTF-32LE";
-    case 6:
-        return "UTF-32BE";
-    default:
-        return "none";
-    }
-}
-
 unsigned formatOf(const Encoding& encoding) {
     switch (encoding.kind) {
     case Encoding::Utf8:
@@ -60,6 +43,90 @@ unsigned formatOf(const Encoding& encoding) {
 
 code_page_id idOf(const Encoding& encoding) {
     return static_cast<code_page_id>(encoding.codePageId);
+}
+
+bool readAll(std::FILE* in, std::string& bytes) {
+    char chunk[65536];
+    for (std::size_t n; (n = std::fread(chunk, 1, sizeof chunk, in)) > 0;)
+        bytes.append(chunk, n);
+    return !std::ferror(in);
+}
+
+// The byte-order mark at the start of bytes and its size; 0 without one. The tool
+// reads marks itself: PmFILE takes FF FE 00 00 for UTF-16, on purpose.
+std::size_t markOf(const std::string& bytes, Encoding& encoding) {
+    struct Mark {
+        const char* bytes;
+        std::size_t size;
+        Encoding::Kind kind;
+    };
+    static const Mark kMarks[] = {
+        {"\xFF\xFE\0\0", 4, Encoding::Utf32Little}, {"\0\0\xFE\xFF", 4, Encoding::Utf32Big},
+        {"\xEF\xBB\xBF", 3, Encoding::Utf8},        {"\xFF\xFE", 2, Encoding::Utf16Little},
+        {"\xFE\xFF", 2, Encoding::Utf16Big},
+    };
+    for (const Mark& mark : kMarks) {
+        if (bytes.compare(0, mark.size, mark.bytes, mark.size) == 0) {
+            encoding = Encoding{};
+            encoding.kind = mark.kind;
+            return mark.size;
+        }
+    }
+    return 0;
+}
+
+// UTF-32 into UTF-16 units, a character beyond U+FFFF as a surrogate pair.
+bool decodeUtf32(const std::string& bytes, std::size_t start, bool bigEndian, std::wstring& text,
+                 std::string& error) {
+    const std::size_t end = start + (bytes.size() - start) / 4 * 4;
+    for (std::size_t at = start; at < end; at += 4) {
+        unsigned long code = 0;
+        for (int k = 0; k < 4; ++k) {
+            const unsigned long byte = static_cast<unsigned char>(bytes[at + std::size_t(k)]);
+            code |= byte << (bigEndian ? 8 * (3 - k) : 8 * k);
+        }
+        if (code > 0x10FFFF || (code >= 0xD800 && code < 0xE000)) {
+            error = offsetText(static_cast<long long>(at)) + ": not a UTF-32 character";
+            return false;
+        }
+        if (code >= 0x10000) {
+            text += wchar_t(0xD800 + ((code - 0x10000) >> 10));
+            text += wchar_t(0xDC00 + (code & 0x3FF));
+        } else {
+            text += wchar_t(code);
+        }
+    }
+    if (end < bytes.size()) {
+        error = offsetText(static_cast<long long>(end)) + ": a partial character at the end of "
+                                                          "UTF-32 text";
+        return false;
+    }
+    return true;
+}
+
+// UTF-16 units into UTF-32; a lone surrogate is a character UTF-32 lacks.
+void encodeUtf32(const std::wstring& text, bool bigEndian, Lacking lacking, std::string& bytes,
+                 std::size_t& lackingCount, std::size_t& first) {
+    auto put = [&](unsigned long code) {
+        for (int k = 0; k < 4; ++k)
+            bytes += char((code >> (bigEndian ? 8 * (3 - k) : 8 * k)) & 0xFF);
+    };
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const unsigned long unit = static_cast<unsigned long>(text[i]) & 0xFFFF;
+        if (unit >= 0xD800 && unit < 0xDC00 && i + 1 < text.size() &&
+            (static_cast<unsigned long>(text[i + 1]) & 0xFC00) == 0xDC00) {
+            put(0x10000 + ((unit - 0xD800) << 10) +
+                ((static_cast<unsigned long>(text[i + 1]) & 0xFFFF) - 0xDC00));
+            ++i;
+        } else if (unit >= 0xD800 && unit < 0xE000) {
+            if (lackingCount++ == 0)
+                first = i;
+            if (lacking == Lacking::Question || lacking == Lacking::Cif)
+                put(0xFFFD);
+        } else {
+            put(unit);
+        }
+    }
 }
 
 // Bytes a UTF-8 or UTF-16 file spent on one unit that PmFILE returned.
@@ -116,16 +183,8 @@ bool decodePlain(const std::string& line, code_page_id id, std::wstring& text, s
     return true;
 }
 
-bool readEightBit(std::FILE* in, const Options& options, code_page_id id, Progress& progress,
-                  std::wstring& text, std::string& error) {
-    std::string bytes;
-    char chunk[65536];
-    for (std::size_t n; (n = std::fread(chunk, 1, sizeof chunk, in)) > 0;)
-        bytes.append(chunk, n);
-    if (std::ferror(in)) {
-        error = std::strerror(errno);
-        return false;
-    }
+bool readEightBit(const std::string& bytes, const Options& options, code_page_id id,
+                  Progress& progress, std::wstring& text, std::string& error) {
     // A line feed or a zero byte is never the trail byte of a double-byte character, so
     // the text can be converted in pieces ending at one. The library's conversion stops
     // at a zero byte, so a piece holds it only as the unit it adds at the end.
@@ -258,35 +317,46 @@ void Progress::finish() {
 
 bool readText(std::FILE* in, const Options& options, Progress& progress, std::wstring& text,
               Encoding& encoding, std::string& error) {
-    PmFILE file(in);
+    std::string bytes;
+    if (!readAll(in, bytes)) {
+        error = std::strerror(errno);
+        return false;
+    }
     encoding = options.from;
-    progress.total = sizeOf(in);
-    const bool marked = file.readBOM();
-    if (marked) {
-        const unsigned format = file.getCharFormat();
-        if (format != kFormatUtf8 && format != kFormatUtf16Little && format != kFormatUtf16Big) {
-            error = std::string("a ") + formatName(format) +
-                    " byte-order mark: UTF-32 is not supported";
+    progress.total = static_cast<long long>(bytes.size());
+    Encoding marked;
+    std::size_t markSize = markOf(bytes, marked);
+    // FF FE 00 00 is also the UTF-16 mark followed by U+0000: what --from says decides.
+    if (marked.kind == Encoding::Utf32Little && encoding.kind == Encoding::Utf16Little) {
+        marked.kind = Encoding::Utf16Little;
+        markSize = 2;
+    }
+    if (markSize > 0) {
+        if (encoding.kind != Encoding::Auto && encoding.kind != marked.kind) {
+            error =
+                "the byte-order mark says " + describe(marked) + ", --from says " + encoding.name;
             return false;
         }
-        if (encoding.kind != Encoding::Auto && formatOf(encoding) != format) {
-            error = std::string("the byte-order mark says ") + formatName(format) +
-                    ", --from says " + encoding.name;
-            return false;
-        }
-        encoding.kind = format == kFormatUtf8          ? Encoding::Utf8
-                        : format == kFormatUtf16Little ? Encoding::Utf16Little
-                                                       : Encoding::Utf16Big;
-        encoding.name = formatName(format);
+        encoding = marked;
+        encoding.name = describe(marked);
     } else if (encoding.kind == Encoding::Auto) {
         parseEncoding("ansi", encoding);
     }
-    if (encoding.kind == Encoding::Ansi8) {
+    switch (encoding.kind) {
+    case Encoding::Ansi8: {
         Options withName = options;
         withName.from = encoding;
-        return readEightBit(in, withName, idOf(encoding), progress, text, error);
+        return readEightBit(bytes, withName, idOf(encoding), progress, text, error);
     }
-    return readUnicode(file, in, formatOf(encoding), std::ftell(in), progress, text, error);
+    case Encoding::Utf32Little:
+    case Encoding::Utf32Big:
+        return decodeUtf32(bytes, markSize, encoding.kind == Encoding::Utf32Big, text, error);
+    default: {
+        std::fseek(in, long(markSize), SEEK_SET);
+        PmFILE file(in);
+        return readUnicode(file, in, formatOf(encoding), long(markSize), progress, text, error);
+    }
+    }
 }
 
 Written writeText(std::FILE* out, std::wstring text, const Options& options, std::size_t& lacking,
@@ -294,19 +364,41 @@ Written writeText(std::FILE* out, std::wstring text, const Options& options, std
     text = withLineEnds(text, options.lineEnds);
     if (options.to.kind == Encoding::Ansi8)
         return writeEightBit(out, text, options, lacking, error);
-    PmFILE file(out);
-    file.setCharFormat(formatOf(options.to));
-    const bool bom = options.bom == 1 || (options.bom == -1 && options.to.kind != Encoding::Utf8);
+    const Encoding::Kind kind = options.to.kind;
+    const bool utf32 = kind == Encoding::Utf32Little || kind == Encoding::Utf32Big;
+    std::string utf32Bytes;
+    if (utf32) {
+        // Encoded whole before anything is written, so that a lack writes nothing.
+        std::size_t first = 0;
+        encodeUtf32(text, kind == Encoding::Utf32Big, options.lacking, utf32Bytes, lacking, first);
+        if (lacking > 0 && options.lacking == Lacking::Fail) {
+            error = "character " + std::to_string(first) + " (" + hexUnit(text[first]) +
+                    ", a lone surrogate) and " + std::to_string(lacking - 1) +
+                    " other(s) are not in " + describe(options.to) + "; nothing written";
+            return Written::Lacking;
+        }
+    }
+    const bool bom = options.bom == 1 || (options.bom == -1 && kind != Encoding::Utf8);
     // Written here rather than by PmFILE, which writes a mark only where it can tell
     // that the stream is at its start: never on a pipe or a terminal.
-    const char* mark = options.to.kind == Encoding::Utf8          ? "\xEF\xBB\xBF"
-                       : options.to.kind == Encoding::Utf16Little ? "\xFF\xFE"
-                                                                  : "\xFE\xFF";
-    const std::size_t markSize = options.to.kind == Encoding::Utf8 ? 3 : 2;
-    if (bom && std::fwrite(mark, 1, markSize, out) != markSize) {
+    const std::string mark = kind == Encoding::Utf8          ? std::string("\xEF\xBB\xBF")
+                             : kind == Encoding::Utf16Little ? std::string("\xFF\xFE")
+                             : kind == Encoding::Utf16Big    ? std::string("\xFE\xFF")
+                             : kind == Encoding::Utf32Little ? std::string("\xFF\xFE\0\0", 4)
+                                                             : std::string("\0\0\xFE\xFF", 4);
+    if (bom && std::fwrite(mark.data(), 1, mark.size(), out) != mark.size()) {
         error = std::strerror(errno);
         return Written::Failed;
     }
+    if (utf32) {
+        if (std::fwrite(utf32Bytes.data(), 1, utf32Bytes.size(), out) != utf32Bytes.size()) {
+            error = std::strerror(errno);
+            return Written::Failed;
+        }
+        return Written::Ok;
+    }
+    PmFILE file(out);
+    file.setCharFormat(formatOf(options.to));
     for (wchar_t unit : text) {
         if (file.fputc(unit) < 0) {
             error = std::strerror(errno);
@@ -317,13 +409,11 @@ Written writeText(std::FILE* out, std::wstring text, const Options& options, std
 }
 
 std::string detect(std::FILE* in, const Options& options) {
-    PmFILE file(in);
-    if (file.readBOM())
-        return std::string("byte-order mark ") + formatName(file.getCharFormat());
     std::string bytes;
-    char chunk[65536];
-    for (std::size_t n; (n = std::fread(chunk, 1, sizeof chunk, in)) > 0;)
-        bytes.append(chunk, n);
+    readAll(in, bytes);
+    Encoding marked;
+    if (markOf(bytes, marked) > 0)
+        return "byte-order mark " + describe(marked);
     Encoding base = options.from;
     if (base.kind != Encoding::Ansi8)
         parseEncoding("ansi", base);

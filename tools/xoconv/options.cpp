@@ -52,6 +52,10 @@ bool parseEncoding(const std::string& text, Encoding& encoding) {
         encoding.kind = Encoding::Utf16Little;
     } else if (name == "utf-16be" || name == "utf16be") {
         encoding.kind = Encoding::Utf16Big;
+    } else if (name == "utf-32le" || name == "utf32le" || name == "utf-32" || name == "utf32") {
+        encoding.kind = Encoding::Utf32Little;
+    } else if (name == "utf-32be" || name == "utf32be") {
+        encoding.kind = Encoding::Utf32Big;
     } else if (name == "ansi") {
         encoding.kind = Encoding::Ansi8;
         encoding.codePageId = 46; // the system ANSI code page
@@ -174,6 +178,10 @@ std::string describe(const Encoding& encoding) {
         return "UTF-16LE";
     case Encoding::Utf16Big:
         return "UTF-16BE";
+    case Encoding::Utf32Little:
+        return "UTF-32LE";
+    case Encoding::Utf32Big:
+        return "UTF-32BE";
     case Encoding::Auto:
         return "(not known yet)";
     case Encoding::Ansi8:
@@ -197,12 +205,13 @@ const char* usage() {
            "standard output one after the other (a byte-order mark only before the\n"
            "first).\n"
            "\n"
-           "Encodings: utf-8, utf-16le, utf-16be, ansi (the system code page), a Windows\n"
+           "Encodings: utf-8, utf-16le, utf-16be, utf-32le, utf-32be, ansi (the system\n"
+           "code page), a Windows\n"
            "code page number (932 or cp932), or a library code page identifier (id:38).\n"
            "\n"
            "  -f, --from=ENC       input encoding (default: the byte-order mark, else ansi)\n"
            "  -t, --to=ENC         output encoding (default: utf-8)\n"
-           "      --bom, --no-bom  write a byte-order mark (default: for UTF-16 only)\n"
+           "      --bom, --no-bom  write a byte-order mark (default: UTF-16 and UTF-32)\n"
            "A character the target code page lacks is an error (nothing is written)\n"
            "unless one of these says what to write instead:\n"
            "      --cif            write it as its CIF escape\n"

@@ -9,7 +9,7 @@ namespace xoconv {
 // An encoding named on the command line: a Unicode form, or an 8-bit code page given
 // as a library code page identifier.
 struct Encoding {
-    enum Kind { Auto, Ansi8, Utf8, Utf16Little, Utf16Big } kind = Auto;
+    enum Kind { Auto, Ansi8, Utf8, Utf16Little, Utf16Big, Utf32Little, Utf32Big } kind = Auto;
     int codePageId = 0; // for Ansi8: the code_page_id
     std::string name;   // as the user wrote it, for messages
 };
@@ -41,7 +41,8 @@ struct Options {
 // Parses argv; on a usage error returns false with the message.
 bool parseOptions(int argc, char** argv, Options& options, std::string& error, bool& help);
 
-// "utf-8", "utf-16le", "utf-16be", "ansi", "932", "cp932", "id:38"; false when unknown.
+// "utf-8", "utf-16le", "utf-16be", "utf-32le", "utf-32be", "ansi", "932", "cp932", "id:38"; false
+// when unknown.
 bool parseEncoding(const std::string& text, Encoding& encoding);
 
 // How messages name an encoding: "code page 1252" (the number also for "ansi", the
