@@ -312,6 +312,44 @@ TEST_F(Xoconv, Utf32BothOrders) {
     }
 }
 
+// Characters beyond U+FFFF: a surrogate pair in UTF-16 (or two CIF escapes making
+// one) is one four-byte UTF-8 sequence, and back.
+TEST_F(Xoconv, CharactersBeyondTheBasicPlane) {
+    using namespace std::string_literals;
+    const std::string utf8 = "\xF0\x9F\x93\x90"; // U+1F4D0
+    struct Case {
+        const char* options;
+        std::string in;
+        int status;
+        std::string out; // standard output, or what the message holds
+    };
+    const Case cases[] = {
+        {"--from utf-16le", "\x3D\xD8\xD0\xDC"s, 0, utf8},
+        {"--from utf-16be", "\xFE\xFF\xD8\x3D\xDC\xD0"s, 0, utf8},
+        {"--from utf-8 --to utf-16le --no-bom", "a" + utf8, 0, "a\0\x3D\xD8\xD0\xDC"s},
+        {"--from utf-8 --to utf-8", utf8 + "\xF4\x8F\xBF\xBF", 0, utf8 + "\xF4\x8F\xBF\xBF"},
+        {"--from utf-8 --to utf-32be --no-bom", utf8, 0, "\0\x01\xF4\xD0"s},
+        {"--from 1252", "x\\U+D83D\\U+DCD0", 0, "x" + utf8},
+        {"--from 932", "\\U+d83d\\U+dcd0\x82\xA0", 0, utf8 + "\xE3\x81\x82"},
+        {"--from utf-8 --to 1252 --cif", utf8, 0, "\\U+D83D\\U+DCD0"},
+        {"--from utf-8", "ab\xF8\x88\x80\x80\x80", 1, "byte 2: not UTF-8"},
+        {"--from utf-8", "a\xED\xA0\x80", 1, "byte 1: not UTF-8"},
+        {"--from utf-8", "a\xF4\x90\x80\x80", 1, "byte 1: not UTF-8"},
+        {"--from utf-8", "a\xF0\x9F\x93", 1, "byte 1: not UTF-8"},
+        {"--from utf-16le", "a\0\x3D\xD8"s, 1, "character 1 (U+D83D, a lone surrogate)"},
+        {"--from utf-16le --replace", "\xD0\xDC"s, 0, "\xEF\xBF\xBD"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.options);
+        spit(at("in.txt"), c.in);
+        ASSERT_EQ(run(std::string(c.options) + " " + native(at("in.txt"))), c.status) << err_;
+        if (c.status == 0)
+            EXPECT_EQ(out_, c.out);
+        else
+            EXPECT_NE(err_.find(c.out), std::string::npos) << err_;
+    }
+}
+
 TEST_F(Xoconv, ErrorsNameTheFileAndTheByte) {
     spit(at("bad.txt"), "abc\xC3\x28xyz");
     EXPECT_EQ(run("--from utf-8 " + native(at("bad.txt"))), 1);

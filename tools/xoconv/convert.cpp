@@ -104,6 +104,94 @@ bool decodeUtf32(const std::string& bytes, std::size_t start, bool bigEndian, st
     return true;
 }
 
+// UTF-8 into UTF-16 units, a four-byte sequence as a surrogate pair. Overlong forms,
+// encoded surrogates and code points past U+10FFFF are not UTF-8.
+bool decodeUtf8(const std::string& bytes, std::size_t start, std::wstring& text,
+                std::string& error) {
+    const std::size_t size = bytes.size();
+    for (std::size_t at = start; at < size;) {
+        const unsigned char lead = static_cast<unsigned char>(bytes[at]);
+        if (lead < 0x80) {
+            text += wchar_t(lead);
+            ++at;
+            continue;
+        }
+        const std::size_t length = lead >= 0xC2 && lead < 0xE0   ? 2
+                                   : lead >= 0xE0 && lead < 0xF0 ? 3
+                                   : lead >= 0xF0 && lead < 0xF5 ? 4
+                                                                 : 0;
+        unsigned long code = lead & (length == 2 ? 0x1F : length == 3 ? 0x0F : 0x07);
+        bool valid = length > 0 && at + length <= size;
+        for (std::size_t k = 1; valid && k < length; ++k) {
+            const unsigned char trail = static_cast<unsigned char>(bytes[at + k]);
+            valid = (trail & 0xC0) == 0x80;
+            code = (code << 6) | (trail & 0x3F);
+        }
+        valid = valid && !(length == 3 && (code < 0x800 || (code >= 0xD800 && code < 0xE000))) &&
+                !(length == 4 && (code < 0x10000 || code > 0x10FFFF));
+        if (!valid) {
+            error = offsetText(static_cast<long long>(at)) + ": not UTF-8";
+            return false;
+        }
+        if (code >= 0x10000) {
+            text += wchar_t(0xD800 + ((code - 0x10000) >> 10));
+            text += wchar_t(0xDC00 + (code & 0x3FF));
+        } else {
+            text += wchar_t(code);
+        }
+        at += length;
+    }
+    return true;
+}
+
+// The code point of a surrogate pair at text[i], or 0 when there is none.
+unsigned long pairAt(const std::wstring& text, std::size_t i) {
+    const unsigned long high = static_cast<unsigned long>(text[i]) & 0xFFFF;
+    if (high < 0xD800 || high >= 0xDC00 || i + 1 >= text.size())
+        return 0;
+    const unsigned long low = static_cast<unsigned long>(text[i + 1]) & 0xFFFF;
+    if (low < 0xDC00 || low >= 0xE000)
+        return 0;
+    return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
+}
+
+// UTF-16 units into UTF-8, a surrogate pair as one four-byte sequence; a lone
+// surrogate is a character UTF-8 lacks.
+void encodeUtf8(const std::wstring& text, Lacking lacking, std::string& bytes,
+                std::size_t& lackingCount, std::size_t& first) {
+    bytes.reserve(bytes.size() + text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        unsigned long code = static_cast<unsigned long>(text[i]) & 0xFFFF;
+        if (code >= 0xD800 && code < 0xE000) {
+            code = pairAt(text, i);
+            if (code == 0) {
+                if (lackingCount++ == 0)
+                    first = i;
+                if (lacking == Lacking::Drop || lacking == Lacking::Fail)
+                    continue;
+                code = 0xFFFD;
+            } else {
+                ++i;
+            }
+        }
+        if (code < 0x80) {
+            bytes += char(code);
+        } else if (code < 0x800) {
+            bytes += char(0xC0 | (code >> 6));
+            bytes += char(0x80 | (code & 0x3F));
+        } else if (code < 0x10000) {
+            bytes += char(0xE0 | (code >> 12));
+            bytes += char(0x80 | ((code >> 6) & 0x3F));
+            bytes += char(0x80 | (code & 0x3F));
+        } else {
+            bytes += char(0xF0 | (code >> 18));
+            bytes += char(0x80 | ((code >> 12) & 0x3F));
+            bytes += char(0x80 | ((code >> 6) & 0x3F));
+            bytes += char(0x80 | (code & 0x3F));
+        }
+    }
+}
+
 // UTF-16 units into UTF-32; a lone surrogate is a character UTF-32 lacks.
 void encodeUtf32(const std::wstring& text, bool bigEndian, Lacking lacking, std::string& bytes,
                  std::size_t& lackingCount, std::size_t& first) {
@@ -148,9 +236,7 @@ bool readUnicode(PmFILE& file, std::FILE* in, unsigned format, long long start, 
             progress.report(offset);
     }
     if (offset < size) {
-        error = offsetText(offset) + ": " +
-                (format == kFormatUtf8 ? "not UTF-8, or a character beyond U+FFFF (not supported)"
-                                       : "an odd byte at the end of UTF-16 text");
+        error = offsetText(offset) + ": " + "an odd byte at the end of UTF-16 text";
         return false;
     }
     return true;
@@ -351,6 +437,8 @@ bool readText(std::FILE* in, const Options& options, Progress& progress, std::ws
     case Encoding::Utf32Little:
     case Encoding::Utf32Big:
         return decodeUtf32(bytes, markSize, encoding.kind == Encoding::Utf32Big, text, error);
+    case Encoding::Utf8:
+        return decodeUtf8(bytes, markSize, text, error);
     default: {
         std::fseek(in, long(markSize), SEEK_SET);
         PmFILE file(in);
@@ -365,12 +453,17 @@ Written writeText(std::FILE* out, std::wstring text, const Options& options, std
     if (options.to.kind == Encoding::Ansi8)
         return writeEightBit(out, text, options, lacking, error);
     const Encoding::Kind kind = options.to.kind;
-    const bool utf32 = kind == Encoding::Utf32Little || kind == Encoding::Utf32Big;
-    std::string utf32Bytes;
-    if (utf32) {
+    const bool encoded =
+        kind == Encoding::Utf8 || kind == Encoding::Utf32Little || kind == Encoding::Utf32Big;
+    std::string encodedBytes;
+    if (encoded) {
         // Encoded whole before anything is written, so that a lack writes nothing.
         std::size_t first = 0;
-        encodeUtf32(text, kind == Encoding::Utf32Big, options.lacking, utf32Bytes, lacking, first);
+        if (kind == Encoding::Utf8)
+            encodeUtf8(text, options.lacking, encodedBytes, lacking, first);
+        else
+            encodeUtf32(text, kind == Encoding::Utf32Big, options.lacking, encodedBytes, lacking,
+                        first);
         if (lacking > 0 && options.lacking == Lacking::Fail) {
             error = "character " + std::to_string(first) + " (" + hexUnit(text[first]) +
                     ", a lone surrogate) and " + std::to_string(lacking - 1) +
@@ -390,8 +483,8 @@ Written writeText(std::FILE* out, std::wstring text, const Options& options, std
         error = std::strerror(errno);
         return Written::Failed;
     }
-    if (utf32) {
-        if (std::fwrite(utf32Bytes.data(), 1, utf32Bytes.size(), out) != utf32Bytes.size()) {
+    if (encoded) {
+        if (std::fwrite(encodedBytes.data(), 1, encodedBytes.size(), out) != encodedBytes.size()) {
             error = std::strerror(errno);
             return Written::Failed;
         }
