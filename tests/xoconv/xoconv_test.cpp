@@ -350,6 +350,63 @@ TEST_F(Xoconv, CharactersBeyondTheBasicPlane) {
     }
 }
 
+// iconv's conventions: the common names, attached values, utf-16 by its mark.
+TEST_F(Xoconv, IconvNamesAndConventions) {
+    using namespace std::string_literals;
+    struct Case {
+        const char* options;
+        std::string in, out;
+    };
+    const std::string a = "\xE3\x81\x82"; // あ
+    const Case cases[] = {
+        {"-f SHIFT_JIS", "\x82\xA0", a},
+        {"-f sjis", "\x82\xA0", a},
+        {"-f CP932", "\x82\xA0", a},
+        {"-f Windows-31J", "\x82\xA0", a},
+        {"-fcp932", "\x82\xA0", a},
+        {"-f windows-1252", "\x80", "\xE2\x82\xAC"},
+        {"-f latin1", "\xE9", "\xC3\xA9"},
+        {"-f ISO-8859-1", "\xE9", "\xC3\xA9"},
+        {"-f iso_8859-2", "\xB1", "\xC4\x85"},
+        {"-f GBK", "\xD6\xD0", "\xE4\xB8\xAD"},
+        {"-f BIG5", "\xA4\xA4", "\xE4\xB8\xAD"},
+        {"-f EUC-KR", "\xC7\xD1", "\xED\x95\x9C"},
+        {"-f ibm850", "\x82", "\xC3\xA9"},
+        {"-f utf-8 -tUTF-16LE --no-bom", "A", "A\0"s},
+        {"-f UTF-16", "\xFE\xFF\0A"s, "A"},
+        {"-f UTF-16",
+         "\xFF\xFE"
+         "A\0"s,
+         "A"},
+        {"-f utf-16", "A\0"s, "A"},
+        {"-f UTF-32", "\0\0\xFE\xFF\0\0\0A"s, "A"},
+        {"-f utf-8 -t UTF-16", "A",
+         "\xFF\xFE"
+         "A\0"s},
+        {"-f utf-8 -t utf-32", "A", "\xFF\xFE\0\0A\0\0\0"s},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.options);
+        spit(at("in.txt"), c.in);
+        ASSERT_EQ(run(std::string(c.options) + " " + native(at("in.txt"))), 0) << err_;
+        EXPECT_EQ(out_, c.out);
+    }
+    spit(at("in.txt"), "\x82\xA0");
+    ASSERT_EQ(run("-fcp932 -tutf-16be -o" + native(at("out.txt")) + " " + native(at("in.txt"))), 0)
+        << err_;
+    EXPECT_EQ(slurp(at("out.txt")), "\xFE\xFF\x30\x42");
+    EXPECT_EQ(run("-f no-such-page " + native(at("in.txt"))), 2);
+    for (const char* list : {"-l", "--list"}) {
+        ASSERT_EQ(run(list), 0) << err_;
+        for (const char* line :
+             {"932  CODE_PAGE_JAPANESE ", "shift_jis", "1252  CODE_PAGE_WIN_WESTERN",
+              "windows-1252", "euc-kr", "big5", "gbk", "latin1", "utf-16le"})
+            EXPECT_NE(out_.find(line), std::string::npos) << line;
+    }
+    ASSERT_EQ(run("--version"), 0);
+    EXPECT_EQ(out_.compare(0, 16, "xoconv (XoOsBase"), 0) << out_;
+}
+
 TEST_F(Xoconv, ErrorsNameTheFileAndTheByte) {
     spit(at("bad.txt"), "abc\xC3\x28xyz");
     EXPECT_EQ(run("--from utf-8 " + native(at("bad.txt"))), 1);

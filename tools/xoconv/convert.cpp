@@ -417,6 +417,14 @@ bool readText(std::FILE* in, const Options& options, Progress& progress, std::ws
         marked.kind = Encoding::Utf16Little;
         markSize = 2;
     }
+    // "utf-16" and "utf-32" take the order the mark gives.
+    const auto width = [](Encoding::Kind kind) {
+        return kind == Encoding::Utf16Little || kind == Encoding::Utf16Big   ? 16
+               : kind == Encoding::Utf32Little || kind == Encoding::Utf32Big ? 32
+                                                                             : 0;
+    };
+    if (markSize > 0 && encoding.eitherOrder && width(marked.kind) == width(encoding.kind))
+        encoding.kind = marked.kind;
     if (markSize > 0) {
         if (encoding.kind != Encoding::Auto && encoding.kind != marked.kind) {
             error =

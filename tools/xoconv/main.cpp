@@ -206,6 +206,14 @@ int main(int argc, char** argv) {
         std::fputs(xoconv::usage(), stdout);
         return kOk;
     }
+    if (options.list) {
+        std::fputs(xoconv::encodingList().c_str(), stdout);
+        return kOk;
+    }
+    if (options.version) {
+        std::printf("xoconv (XoOsBase) %s\n", XOCONV_VERSION);
+        return kOk;
+    }
     std::vector<fs::path> inputs(options.inputs.begin(), options.inputs.end());
     if (!options.dir.empty()) {
         std::vector<fs::path> selected;

@@ -10,8 +10,9 @@ namespace xoconv {
 // as a library code page identifier.
 struct Encoding {
     enum Kind { Auto, Ansi8, Utf8, Utf16Little, Utf16Big, Utf32Little, Utf32Big } kind = Auto;
-    int codePageId = 0; // for Ansi8: the code_page_id
-    std::string name;   // as the user wrote it, for messages
+    int codePageId = 0;       // for Ansi8: the code_page_id
+    std::string name;         // as the user wrote it, for messages
+    bool eitherOrder = false; // "utf-16", "utf-32": a byte-order mark of either order wins
 };
 
 enum class LineEnds { Keep, Lf, CrLf };
@@ -31,7 +32,9 @@ struct Options {
     bool detect = false;
     bool inPlace = false;
     bool quiet = false;
-    std::string output; // -o: a file, or "-"
+    bool list = false;    // -l: the encodings, then exit
+    bool version = false; // --version
+    std::string output;   // -o: a file, or "-"
     std::string outputDir;
     std::string dir; // --dir with --match
     std::string match;
@@ -50,5 +53,8 @@ bool parseEncoding(const std::string& text, Encoding& encoding);
 std::string describe(const Encoding& encoding);
 
 const char* usage();
+
+// The -l listing: every encoding the tool accepts, with its numbers and names.
+std::string encodingList();
 
 } // namespace xoconv
