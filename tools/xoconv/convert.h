@@ -29,7 +29,10 @@ enum class Written { Ok, Lacking, Failed };
 Written writeText(std::FILE* out, std::wstring text, const Options& options, std::size_t& lacking,
                   std::string& error);
 
-// The --detect report of one input.
-std::string detect(std::FILE* in, const Options& options);
+// The --detect report of one input: its byte-order mark, else whether it is UTF-8,
+// else the 8-bit code pages that read it without error, the most plausible first
+// (with the share of its characters outside ASCII that are at home in each). chosen,
+// when given, receives the first answer.
+std::string detect(std::FILE* in, const Options& options, Encoding* chosen = nullptr);
 
 } // namespace xoconv

@@ -66,6 +66,8 @@ Status convertOne(const fs::path& input, const Options& options) {
     const bool readFailed = std::ferror(in) != 0;
     std::fclose(in);
     progress.finish();
+    if (options.verbose)
+        complain(name, "read as " + used.name);
     if (!read) {
         complain(name, error);
         return readFailed ? kInputOutput : kUnconvertible;

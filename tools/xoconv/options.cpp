@@ -298,6 +298,8 @@ bool parseOptions(int givenCount, char** given, Options& options, std::string& e
             options.inPlace = true;
         } else if (arg == "-q" || arg == "--quiet") {
             options.quiet = true;
+        } else if (arg == "-v" || arg == "--verbose") {
+            options.verbose = true;
         } else if (arg == "-l" || arg == "--list") {
             options.list = true;
         } else if (arg == "--version") {
@@ -367,7 +369,8 @@ const char* usage() {
            "library code page identifier (id:38); -l lists them all. Case, - and _ do\n"
            "not matter in names, and values may be attached (-fcp932).\n"
            "\n"
-           "  -f, --from=ENC       input encoding (default: the byte-order mark, else ansi)\n"
+           "  -f, --from=ENC       input encoding (default: the byte-order mark, else UTF-8\n"
+           "                       when the input is valid UTF-8, else ansi)\n"
            "  -t, --to=ENC         output encoding (default: utf-8)\n"
            "      --bom, --no-bom  write a byte-order mark (default: UTF-16 and UTF-32)\n"
            "A character the target code page lacks is an error (nothing is written)\n"
@@ -394,9 +397,12 @@ const char* usage() {
            "                       letter or digit, [a-z] a set, ` quotes the next\n"
            "                       character, ~ first negates; when nothing\n"
            "                       matches, exit status 1\n"
-           "      --detect         report each input's byte-order mark and, for 8-bit\n"
-           "                       input, whether --from or --candidate suits it\n"
-           "      --candidate=ENC  the code page --detect tries (default: cp932)\n"
+           "      --detect         report each input's byte-order mark, else whether it is\n"
+           "                       UTF-8, else the Windows code pages that read it without\n"
+           "                       error, the most plausible first, each with the share of\n"
+           "                       its characters outside ASCII that fit the page\n"
+           "      --candidate=ENC  one more code page for --detect to try\n"
+           "  -v, --verbose        say how each input was read\n"
            "  -q, --quiet          no warnings, no progress line\n"
            "  -l, --list           list the encodings\n"
            "      --version        the version of xoconv and of the library\n"

@@ -32,6 +32,7 @@ struct Options {
     bool detect = false;
     bool inPlace = false;
     bool quiet = false;
+    bool verbose = false; // say how each input was read
     bool list = false;    // -l: the encodings, then exit
     bool version = false; // --version
     std::string output;   // -o: a file, or "-"
