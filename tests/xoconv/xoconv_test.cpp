@@ -10,6 +10,7 @@
 
 #if !defined(_WIN32)
 #include <fcntl.h>
+#include <pty.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/wait.h>
@@ -865,6 +866,41 @@ TEST_F(Xoconv, InPlaceKeepsTheFileAsItWas) {
         EXPECT_TRUE(fs::equivalent(at("one.txt"), at("two.txt")));
         EXPECT_EQ(slurp(at("two.txt")), "caf\xE9\n");
     }
+}
+
+// On a terminal the progress line is redrawn a few times a second, not once a line
+// (before: a line of output per input line, more terminal output than text).
+TEST_F(Xoconv, TheProgressLineRedrawsAFewTimesASecond) {
+    std::string text;
+    for (int i = 0; i < (1 << 17); ++i)
+        text += "a\n";
+    spit(at("in.txt"), text);
+    int terminal = -1;
+    const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        const int out = ::open(at("stdout").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        ::dup2(out, 1);
+        ::execl(XOCONV_EXE, XOCONV_EXE, "-f", "1252", at("in.txt").c_str(), nullptr);
+        ::_exit(127);
+    }
+    std::string shown;
+    char buffer[65536];
+    for (ssize_t n; (n = ::read(terminal, buffer, sizeof buffer)) > 0;)
+        shown.append(buffer, std::size_t(n));
+    ::close(terminal);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << shown;
+    EXPECT_EQ(slurp(at("stdout")), text);
+    std::size_t draws = 0;
+    for (std::size_t at = shown.find("xoconv: "); at != std::string::npos;
+         at = shown.find("xoconv: ", at + 1))
+        ++draws;
+    EXPECT_GE(draws, 1u);
+    EXPECT_LE(draws, 40u) << "redrawn " << draws << " times";
+    EXPECT_NE(shown.find("MiB ("), std::string::npos) << shown.substr(0, 200);
+    EXPECT_NE(shown.find("MiB/s"), std::string::npos) << shown.substr(0, 200);
 }
 
 // The output replacing a file gets that file's permissions; a new one the default.

@@ -394,12 +394,28 @@ Written writeEightBit(std::FILE* out, const std::wstring& text, const Options& o
 void Progress::report(long long done) {
     if (!show || total <= 0)
         return;
-    std::fprintf(stderr, "\rxoconv: %s: %3d%%", name.c_str(), int(done * 100 / total));
+    const auto now = std::chrono::steady_clock::now();
+    if (!begun_) {
+        started_ = now;
+        begun_ = true;
+    } else if (now - drawn_ < std::chrono::milliseconds(250)) {
+        return;
+    }
+    drawn_ = now;
+    const double seconds = std::chrono::duration<double>(now - started_).count();
+    const double mebibyte = 1024.0 * 1024.0;
+    char rate[32] = "";
+    if (seconds > 0)
+        std::snprintf(rate, sizeof rate, "%.1f MiB/s", double(done) / mebibyte / seconds);
+    else
+        std::snprintf(rate, sizeof rate, "- MiB/s");
+    std::fprintf(stderr, "\rxoconv: %s: %.1f of %.1f MiB (%d%%), %s\033[K", name.c_str(),
+                 double(done) / mebibyte, double(total) / mebibyte, int(done * 100 / total), rate);
     std::fflush(stderr);
 }
 
 void Progress::finish() {
-    if (show)
+    if (show && begun_)
         std::fprintf(stderr, "\r\033[K");
 }
 

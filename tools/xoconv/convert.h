@@ -1,6 +1,7 @@
 // Reading and writing text the way xoconv does, through the library's classes.
 #pragma once
 
+#include <chrono>
 #include <cstdio>
 #include <string>
 
@@ -8,12 +9,19 @@
 
 namespace xoconv {
 
+// The progress line on a terminal: drawn at once, then at most four times a second
+// (a line per input line would cost more than the conversion), with the bytes done,
+// the share and the rate.
 struct Progress {
     std::string name;
     long long total = 0;
     bool show = false;
     void report(long long done);
     void finish();
+
+private:
+    std::chrono::steady_clock::time_point started_{}, drawn_{};
+    bool begun_ = false;
 };
 
 // Reads all of in as UTF-16 units. `encoding` receives what was used (the mark, or
