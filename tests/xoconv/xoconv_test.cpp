@@ -9,6 +9,7 @@
 #include <vector>
 
 #if !defined(_WIN32)
+#include <csignal>
 #include <fcntl.h>
 #include <pty.h>
 #include <sys/stat.h>
@@ -901,6 +902,41 @@ TEST_F(Xoconv, TheProgressLineRedrawsAFewTimesASecond) {
     EXPECT_LE(draws, 40u) << "redrawn " << draws << " times";
     EXPECT_NE(shown.find("MiB ("), std::string::npos) << shown.substr(0, 200);
     EXPECT_NE(shown.find("MiB/s"), std::string::npos) << shown.substr(0, 200);
+}
+
+// Ctrl-C or SIGTERM while an output is pending removes its temporary file. The input
+// is a FIFO kept open, so that xoconv is still reading when the signal comes.
+TEST_F(Xoconv, AnInterruptionRemovesTheTemporaryFile) {
+    const auto temporaries = [this] {
+        int found = 0;
+        for (const auto& entry : fs::directory_iterator(dir_))
+            found += entry.path().filename().string().find(".tmp") != std::string::npos;
+        return found;
+    };
+    for (const int signal : {SIGTERM, SIGINT}) {
+        SCOPED_TRACE(signal);
+        fs::remove(at("in.fifo"));
+        ASSERT_EQ(::mkfifo(at("in.fifo").c_str(), 0644), 0);
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::execl(XOCONV_EXE, XOCONV_EXE, "-q", "-f", "1252", "-o", at("out.txt").c_str(),
+                    at("in.fifo").c_str(), nullptr);
+            ::_exit(127);
+        }
+        const int writer = ::open(at("in.fifo").c_str(), O_WRONLY); // waits for xoconv
+        ASSERT_GE(writer, 0);
+        ASSERT_EQ(::write(writer, "abc\n", 4), 4);
+        for (int waited = 0; temporaries() == 0 && waited < 1000; ++waited)
+            ::usleep(10000); // a generous ten seconds for the temporary file to appear
+        EXPECT_EQ(temporaries(), 1);
+        ::kill(child, signal);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        ::close(writer);
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal);
+        EXPECT_EQ(temporaries(), 0);
+        EXPECT_FALSE(fs::exists(at("out.txt")));
+    }
 }
 
 // The output replacing a file gets that file's permissions; a new one the default.

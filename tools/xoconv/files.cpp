@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <random>
 #include <system_error>
@@ -396,6 +397,51 @@ void copyAttributes(int from, int to) {
 }
 #endif
 
+// The temporary file an interruption must remove. The handler may only touch memory
+// that is ready: the name is copied in before the flag says so, and the flag is
+// dropped before the name changes.
+#if defined(_WIN32)
+wchar_t g_interrupted[32768];
+#else
+char g_interrupted[4096];
+#endif
+volatile std::sig_atomic_t g_armed = 0;
+
+extern "C" void removeOnInterrupt(int signal) {
+    if (g_armed) {
+#if defined(_WIN32)
+        ::_wunlink(g_interrupted);
+#else
+        ::unlink(g_interrupted);
+#endif
+    }
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+void armInterruptCleanup(const fs::path& temporary) {
+    static const bool installed = [] {
+        std::signal(SIGINT, removeOnInterrupt);
+        std::signal(SIGTERM, removeOnInterrupt);
+#if !defined(_WIN32)
+        std::signal(SIGHUP, removeOnInterrupt);
+#endif
+        return true;
+    }();
+    (void)installed;
+    g_armed = 0;
+    const auto& name = temporary.native();
+    if (name.size() >= sizeof g_interrupted / sizeof g_interrupted[0])
+        return; // too long to keep: an interruption leaves it behind
+    std::copy(name.begin(), name.end(), g_interrupted);
+    g_interrupted[name.size()] = 0;
+    g_armed = 1;
+}
+
+void disarmInterruptCleanup() {
+    g_armed = 0;
+}
+
 } // namespace
 
 PendingOutput::PendingOutput(fs::path target) : target_(std::move(target)) {
@@ -420,7 +466,8 @@ PendingOutput::PendingOutput(fs::path target) : target_(std::move(target)) {
             error_ = systemError(candidate, errno);
             return;
         }
-        temporary_ = candidate; // from here on removed by the destructor
+        temporary_ = candidate;         // from here on removed by the destructor
+        armInterruptCleanup(candidate); // and by Ctrl-C or SIGTERM
 #if defined(_WIN32)
         stream_ = ::_fdopen(fd, "wb");
         if (!stream_) {
@@ -456,6 +503,7 @@ PendingOutput::~PendingOutput() {
     if (!temporary_.empty()) {
         std::error_code ignored;
         fs::remove(temporary_, ignored);
+        disarmInterruptCleanup();
     }
 }
 
@@ -474,6 +522,7 @@ bool PendingOutput::commit(std::string& error) {
                 " into place: " + failure.message();
         return false;
     }
+    disarmInterruptCleanup();
     temporary_.clear();
     return true;
 }

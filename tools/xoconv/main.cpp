@@ -8,6 +8,7 @@
 #include <cwctype>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -56,12 +57,51 @@ Status convertOne(const fs::path& input, const Options& options) {
         std::fclose(in);
         return kOk;
     }
+    // The output is made ready before the input is read, so that a failure to make it
+    // costs no conversion (and an interruption meanwhile finds it to remove).
+    std::string error;
+    const fs::path target = targetOf(input, options);
+    OutputPlace place;
+    if (!target.empty() && !placeOutput(target, place, error)) {
+        std::fclose(in);
+        std::fprintf(stderr, "xoconv: %s\n", error.c_str());
+        return kInputOutput;
+    }
+    std::unique_ptr<PendingOutput> pending;
+    std::FILE* out = stdout;
+    std::string where = "(standard output)";
+    if (target.empty()) {
+        binaryStandardOutput();
+    } else if (place.direct) {
+        // A device or a FIFO: written into as it is, nothing to replace.
+        where = shown(place.path);
+        out = openDirect(place.path);
+        if (!out) {
+            std::fclose(in);
+            complain(where, std::strerror(errno));
+            return kInputOutput;
+        }
+    } else {
+        where = shown(place.path);
+        pending = std::make_unique<PendingOutput>(place.path);
+        out = pending->stream();
+        if (!out) {
+            std::fclose(in);
+            std::fprintf(stderr, "xoconv: %s\n", pending->error().c_str());
+            return kInputOutput;
+        }
+    }
+    const auto closeDirect = [&]() {
+        const bool closed = out == stdout || pending || std::fclose(out) == 0;
+        out = stdout;
+        return closed;
+    };
+
     Progress progress;
     progress.name = name;
     progress.show = !options.quiet && standardErrorIsTerminal();
     std::wstring text;
     Encoding used;
-    std::string error;
     const bool read = readText(in, options, progress, text, used, error);
     const bool readFailed = std::ferror(in) != 0;
     std::fclose(in);
@@ -69,61 +109,33 @@ Status convertOne(const fs::path& input, const Options& options) {
     if (options.verbose)
         complain(name, "read as " + used.name);
     if (!read) {
+        closeDirect();
         complain(name, error);
         return readFailed ? kInputOutput : kUnconvertible;
     }
 
-    const fs::path target = targetOf(input, options);
     std::size_t lacking = 0;
-    OutputPlace place;
-    if (!target.empty() && !placeOutput(target, place, error)) {
-        std::fprintf(stderr, "xoconv: %s\n", error.c_str());
+    const Written written = writeText(out, text, options, lacking, error);
+    if (written == Written::Lacking) {
+        closeDirect();
+        complain(name, error);
+        return kUnconvertible;
+    }
+    if (written != Written::Ok) {
+        closeDirect();
+        complain(where, error);
         return kInputOutput;
     }
-    if (target.empty() || place.direct) {
-        // Standard output, a device or a FIFO: written as it goes, nothing to replace.
-        std::FILE* out = stdout;
-        std::string where = "(standard output)";
-        if (target.empty()) {
-            binaryStandardOutput();
-        } else {
-            where = shown(place.path);
-            out = openDirect(place.path);
-            if (!out) {
-                complain(where, std::strerror(errno));
-                return kInputOutput;
-            }
-        }
-        const Written written = writeText(out, text, options, lacking, error);
-        bool flushed = std::fflush(out) == 0;
-        const int flushError = errno;
-        if (out != stdout)
-            flushed = std::fclose(out) == 0 && flushed;
-        if (written == Written::Lacking) {
-            complain(name, error);
-            return kUnconvertible;
-        }
-        if (written != Written::Ok || !flushed) {
-            complain(where, written != Written::Ok ? error : std::strerror(flushError));
+    if (pending) {
+        if (!pending->commit(error)) {
+            std::fprintf(stderr, "xoconv: %s\n", error.c_str());
             return kInputOutput;
         }
     } else {
-        PendingOutput output(place.path);
-        if (!output.stream()) {
-            std::fprintf(stderr, "xoconv: %s\n", output.error().c_str());
-            return kInputOutput;
-        }
-        const Written written = writeText(output.stream(), text, options, lacking, error);
-        if (written == Written::Lacking) {
-            complain(name, error);
-            return kUnconvertible;
-        }
-        if (written != Written::Ok) {
-            complain(shown(place.path), error);
-            return kInputOutput;
-        }
-        if (!output.commit(error)) {
-            std::fprintf(stderr, "xoconv: %s\n", error.c_str());
+        const bool flushed = std::fflush(out) == 0;
+        const int flushError = errno;
+        if (!closeDirect() || !flushed) {
+            complain(where, std::strerror(flushed ? errno : flushError));
             return kInputOutput;
         }
     }

@@ -411,7 +411,7 @@ const char* usage() {
            "Outputs are written to a new temporary file beside the target (a name nobody\n"
            "can guess, created only where no file or link is, with the permissions of the\n"
            "file it replaces) and moved into place only when the whole input converted,\n"
-           "so an input is never damaged.\n"
+           "so an input is never damaged; Ctrl-C or SIGTERM removes it.\n"
            "Exit status: 0 all converted, 1 an input could not be converted (or held\n"
            "characters the target lacks, or --match selected nothing), 2 usage error, 3 a file "
            "could not be read or\n"
