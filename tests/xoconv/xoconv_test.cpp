@@ -939,6 +939,62 @@ TEST_F(Xoconv, AnInterruptionRemovesTheTemporaryFile) {
     }
 }
 
+// Real texts nobody here wrote, vim's tutor files in their legacy encodings: to UTF-8
+// and UTF-16 as iconv converts them, byte for byte, and back to the very same bytes.
+TEST_F(Xoconv, RealTextsConvertAsIconvDoesAndBack) {
+    fs::path tutor;
+    std::error_code ignored;
+    for (const auto& entry : fs::directory_iterator("/usr/share/vim", ignored))
+        if (fs::exists(entry.path() / "tutor" / "tutor.ja.sjis", ignored))
+            tutor = entry.path() / "tutor";
+    if (tutor.empty() || std::system("iconv --version > /dev/null 2>&1") != 0)
+        GTEST_SKIP() << "needs vim's tutor files (vim-runtime) and iconv";
+    struct Case {
+        const char* file;
+        const char* page;  // as xoconv names it
+        const char* iconv; // as iconv names it; empty: iconv differs from Windows
+    };
+    const Case cases[] = {
+        {"tutor.ja.sjis", "932", "CP932"},
+        {"tutor.ko.euc", "949", "CP949"},
+        {"tutor.zh.euc", "936", "GBK"},
+        // Windows reads its user-defined area (lead 8F here) as private use; iconv
+        // refuses it.
+        {"tutor.zh.big5", "950", ""},
+        {"tutor.cs.cp1250", "1250", "CP1250"},
+        {"tutor.ru.cp1251", "1251", "CP1251"},
+        {"tutor.el", "iso-8859-7", "ISO-8859-7"},
+        {"tutor.tr.iso9", "iso-8859-9", "ISO-8859-9"},
+        {"tutor.fr", "latin1", "ISO-8859-1"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.file);
+        const fs::path source = tutor / c.file;
+        if (!fs::exists(source, ignored))
+            continue;
+        const std::string original = slurp(source);
+        for (const char* form : {"UTF-8", "UTF-16LE"}) {
+            SCOPED_TRACE(form);
+            ASSERT_EQ(run(std::string("-f ") + c.page + " -t " + form + " --no-bom -o " +
+                          native(at("out")) + " " + native(source)),
+                      0)
+                << err_;
+            if (*c.iconv) {
+                ASSERT_EQ(std::system(("iconv -f " + std::string(c.iconv) + " -t " + form + " " +
+                                       native(source) + " > " + native(at("iconv")))
+                                          .c_str()),
+                          0);
+                EXPECT_TRUE(slurp(at("out")) == slurp(at("iconv"))); // no dump of 40 KB
+            }
+            ASSERT_EQ(run(std::string("-f ") + form + " -t " + c.page + " -o " +
+                          native(at("back")) + " " + native(at("out"))),
+                      0)
+                << err_;
+            EXPECT_TRUE(slurp(at("back")) == original);
+        }
+    }
+}
+
 // The output replacing a file gets that file's permissions; a new one the default.
 TEST_F(Xoconv, TheOutputHasTheFinalPermissionsFromTheStart) {
     struct Case {
