@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <cwctype>
 #include <vector>
 
-#include "PmFILE.h"
 #include "XoCharMapper.h"
 #include "XoCodePageFunctions.h"
 #include "XoCodePageMapper.h"
@@ -15,8 +15,6 @@
 namespace xoconv {
 
 namespace {
-
-constexpr unsigned kFormatAnsi = 1, kFormatUtf8 = 2, kFormatUtf16Little = 3, kFormatUtf16Big = 4;
 
 long long sizeOf(std::FILE* in) {
     const long here = std::ftell(in);
@@ -30,24 +28,14 @@ std::string offsetText(long long offset) {
     return "byte " + std::to_string(offset);
 }
 
-unsigned formatOf(const Encoding& encoding) {
-    switch (encoding.kind) {
-    case Encoding::Utf8:
-        return kFormatUtf8;
-    case Encoding::Utf16Little:
-        return kFormatUtf16Little;
-    case Encoding::Utf16Big:
-        return kFormatUtf16Big;
-    default:
-        return kFormatAnsi;
-    }
-}
-
 code_page_id idOf(const Encoding& encoding) {
     return static_cast<code_page_id>(encoding.codePageId);
 }
 
 bool readAll(std::FILE* in, std::string& bytes) {
+    const long long size = sizeOf(in);
+    if (size > 0)
+        bytes.reserve(std::size_t(size));
     char chunk[65536];
     for (std::size_t n; (n = std::fread(chunk, 1, sizeof chunk, in)) > 0;)
         bytes.append(chunk, n);
@@ -194,6 +182,33 @@ void encodeUtf8(const std::wstring& text, Lacking lacking, std::string& bytes,
     }
 }
 
+// UTF-16 bytes into units, as they are (a lone surrogate too: UTF-16 can hold it).
+bool decodeUtf16(const std::string& bytes, std::size_t start, bool bigEndian, std::wstring& text,
+                 std::string& error) {
+    const std::size_t end = start + (bytes.size() - start) / 2 * 2;
+    text.reserve(text.size() + (end - start) / 2);
+    const int high = bigEndian ? 0 : 1;
+    for (std::size_t at = start; at < end; at += 2) {
+        const unsigned first = static_cast<unsigned char>(bytes[at + std::size_t(high)]);
+        const unsigned second = static_cast<unsigned char>(bytes[at + std::size_t(1 - high)]);
+        text += wchar_t((first << 8) | second);
+    }
+    if (end < bytes.size()) {
+        error = offsetText(static_cast<long long>(end)) + ": an odd byte at the end of UTF-16 text";
+        return false;
+    }
+    return true;
+}
+
+void encodeUtf16(const std::wstring& text, bool bigEndian, std::string& bytes) {
+    bytes.reserve(bytes.size() + text.size() * 2);
+    for (wchar_t unit : text) {
+        const unsigned value = static_cast<unsigned>(unit) & 0xFFFF;
+        bytes += char(bigEndian ? value >> 8 : value & 0xFF);
+        bytes += char(bigEndian ? value & 0xFF : value >> 8);
+    }
+}
+
 // UTF-16 units into UTF-32; a lone surrogate is a character UTF-32 lacks.
 void encodeUtf32(const std::wstring& text, bool bigEndian, Lacking lacking, std::string& bytes,
                  std::size_t& lackingCount, std::size_t& first) {
@@ -219,49 +234,71 @@ void encodeUtf32(const std::wstring& text, bool bigEndian, Lacking lacking, std:
     }
 }
 
-// Bytes a UTF-8 or UTF-16 file spent on one unit that PmFILE returned.
-long long bytesOf(unsigned format, int unit) {
-    if (format != kFormatUtf8)
-        return 2;
-    return unit < 0x80 ? 1 : unit < 0x800 ? 2 : 3;
-}
-
-bool readUnicode(PmFILE& file, std::FILE* in, unsigned format, long long start, Progress& progress,
-                 std::wstring& text, std::string& error) {
-    file.setCharFormat(format);
-    const long long size = sizeOf(in);
-    long long offset = start;
-    for (int unit; (unit = file.fgetc()) >= 0;) {
-        text += wchar_t(unit);
-        offset += bytesOf(format, unit);
-        if ((offset & 0xFFFFF) < 3)
-            progress.report(offset);
+// What the code page gives for each code, asked of the library once per code and
+// kept: the library resolves the page anew for every character it converts, which
+// cost more than everything else the tool does.
+class PageCache {
+public:
+    explicit PageCache(code_page_id id) : id_(id) {
+        if (id_ == 46)
+            id_ = XoCodePageMapper::ansiCpToVeskCp(XoCodePageMapper::currentSystemAnsiCp());
+        multiByte_ = IsMultiByteCodePage(id_);
+        for (int byte = 0x80; byte < 0x100; ++byte)
+            lead_[byte] =
+                multiByte_ && XoCharMapper::isLeadByte(static_cast<unsigned char>(byte), id_);
     }
-    if (offset < size) {
-        error = offsetText(offset) + ": " + "an odd byte at the end of UTF-16 text";
-        return false;
-    }
-    return true;
-}
+    code_page_id id() const { return id_; }
+    bool lead(unsigned char byte) const { return byte >= 0x80 && lead_[byte]; }
 
-// Without escape decoding: each character through the code page, one at a time.
-bool decodePlain(const std::string& line, code_page_id id, std::wstring& text, std::size_t& bad) {
-    if (id == 46)
-        id = XoCodePageMapper::ansiCpToVeskCp(XoCodePageMapper::currentSystemAnsiCp());
-    for (std::size_t i = 0; i < line.size(); ++i) {
+    // The unit of a code, or 0 when the page has none for it.
+    wchar_t toUnicode(unsigned code) {
+        std::uint32_t& slot = toUnicode_[code & 0xFFFF];
+        if (slot == 0) {
+            wchar_t unit = 0;
+            const bool ok = XoCharMapper::codepageToUnicode(wchar_t(code), id_, unit) &&
+                            unit != 0 && unit != L'?';
+            slot = ok ? 0x10000u | static_cast<std::uint32_t>(unit & 0xFFFF) : 1;
+        }
+        return slot == 1 ? 0 : wchar_t(slot & 0xFFFF);
+    }
+
+    // The code of a unit, or -1 when the page lacks it.
+    long fromUnicode(wchar_t unit) {
+        std::int32_t& slot = fromUnicode_[static_cast<unsigned>(unit) & 0xFFFF];
+        if (slot == 0) {
+            wchar_t code = 0;
+            slot = XoCharMapper::unicodeToCodepage(unit, id_, code, true)
+                       ? 0x10000 | static_cast<std::int32_t>(code & 0xFFFF)
+                       : -1;
+        }
+        return slot < 0 ? -1 : long(slot & 0xFFFF);
+    }
+
+private:
+    code_page_id id_;
+    bool multiByte_ = false;
+    bool lead_[256] = {};
+    std::vector<std::uint32_t> toUnicode_ = std::vector<std::uint32_t>(0x10000, 0);
+    std::vector<std::int32_t> fromUnicode_ = std::vector<std::int32_t>(0x10000, 0);
+};
+
+// Without escape decoding: each character through the code page.
+bool decodePlain(const char* line, std::size_t size, PageCache& page, std::wstring& text,
+                 std::size_t& bad) {
+    for (std::size_t i = 0; i < size; ++i) {
         const unsigned char byte = static_cast<unsigned char>(line[i]);
         if (byte < 0x80) {
             text += wchar_t(byte);
             continue;
         }
-        wchar_t code = byte;
+        unsigned code = byte;
         std::size_t length = 1;
-        if (IsMultiByteCodePage(id) && i + 1 < line.size() && XoCharMapper::isLeadByte(byte, id)) {
-            code = wchar_t((byte << 8) | static_cast<unsigned char>(line[i + 1]));
+        if (i + 1 < size && page.lead(byte)) {
+            code = (unsigned(byte) << 8) | static_cast<unsigned char>(line[i + 1]);
             length = 2;
         }
-        wchar_t unit = 0;
-        if (!XoCharMapper::codepageToUnicode(code, id, unit) || unit == 0 || unit == L'?') {
+        const wchar_t unit = page.toUnicode(code);
+        if (unit == 0) {
             bad = i;
             return false;
         }
@@ -271,35 +308,92 @@ bool decodePlain(const std::string& line, code_page_id id, std::wstring& text, s
     return true;
 }
 
+// With escape decoding: the plain stretches through the page's codes, and each line
+// from a backslash that may begin an escape (\U+ or \M+, not a trail byte) through the
+// library, which decodes the escapes.
+bool decodeWithEscapes(const char* piece, std::size_t size, PageCache& page,
+                       XoVector<wchar_t>& converted, std::wstring& text, std::size_t& bad) {
+    std::size_t plain = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+        const unsigned char byte = static_cast<unsigned char>(piece[i]);
+        if (page.lead(byte) && i + 1 < size) {
+            ++i;
+            continue;
+        }
+        if (byte != '\\' || i + 2 >= size || piece[i + 2] != '+' ||
+            std::strchr("UuMm", piece[i + 1]) == nullptr)
+            continue;
+        if (!decodePlain(piece + plain, i - plain, page, text, bad)) {
+            bad += plain;
+            return false;
+        }
+        const void* feed = std::memchr(piece + i, '\n', size - i);
+        const std::size_t end = feed ? std::size_t(static_cast<const char*>(feed) - piece) : size;
+        converted.setLogicalLength(0); // the conversion appends; the room stays
+        if (!XoCharMapper::multiByteToWideChar(page.id(), piece + i, int(end - i), converted, true,
+                                               false)) {
+            std::wstring scratch; // the same walk without escapes finds the byte
+            decodePlain(piece + i, end - i, page, scratch, bad);
+            bad += i;
+            return false;
+        }
+        const int units = converted.size();
+        const wchar_t* unit = converted.data();
+        text.append(unit, unit + units - (units > 0 && unit[units - 1] == 0 ? 1 : 0));
+        plain = end;
+        i = end - 1;
+    }
+    if (!decodePlain(piece + plain, size - plain, page, text, bad)) {
+        bad += plain;
+        return false;
+    }
+    return true;
+}
+
+bool decodePlain(const std::string& line, code_page_id id, std::wstring& text, std::size_t& bad) {
+    PageCache page(id);
+    return decodePlain(line.data(), line.size(), page, text, bad);
+}
+
 bool readEightBit(const std::string& bytes, const Options& options, code_page_id id,
                   Progress& progress, std::wstring& text, std::string& error) {
     // A line feed or a zero byte is never the trail byte of a double-byte character, so
     // the text can be converted in pieces ending at one. The library's conversion stops
     // at a zero byte, so a piece holds it only as the unit it adds at the end.
-    static const char kEnds[] = {'\n', '\0'};
+    // Pieces of about 64 KiB: one call of the library per line cost more than the
+    // conversion itself.
+    constexpr std::size_t kPiece = 64 * 1024;
+    text.reserve(text.size() + bytes.size());
     std::size_t start = 0;
+    std::size_t zeroAt = bytes.find('\0');
+    XoVector<wchar_t> converted;
+    PageCache page(id);
     while (start < bytes.size()) {
-        XoVector<wchar_t> converted; // the conversion appends to what it holds
-        const std::size_t end =
-            std::min(bytes.find_first_of(kEnds, start, 2), bytes.size() - 1) + 1;
+        if (zeroAt != std::string::npos && zeroAt < start)
+            zeroAt = bytes.find('\0', start);
+        const std::size_t limit = start + kPiece;
+        std::size_t end;
+        if (zeroAt != std::string::npos && zeroAt < limit) {
+            end = zeroAt + 1;
+        } else if (limit >= bytes.size()) {
+            end = bytes.size();
+        } else {
+            std::size_t feed = bytes.rfind('\n', limit);
+            if (feed == std::string::npos || feed < start)
+                feed = bytes.find('\n', limit);
+            end = feed == std::string::npos ? bytes.size() : feed + 1;
+            if (zeroAt != std::string::npos && zeroAt < end)
+                end = zeroAt + 1;
+        }
         const bool zero = bytes[end - 1] == '\0';
-        const std::string line = bytes.substr(start, end - start - (zero ? 1 : 0));
+        const char* piece = bytes.data() + start;
+        const std::size_t length = end - start - (zero ? 1 : 0);
         std::size_t bad = 0;
         bool ok;
-        if (options.decodeEscapes) {
-            ok = XoCharMapper::multiByteToWideChar(id, line.data(), int(line.size()), converted,
-                                                   true, false);
-            if (ok) {
-                const int size = converted.size();
-                const wchar_t* units = converted.data();
-                text.append(units, units + size - (size > 0 && units[size - 1] == 0 ? 1 : 0));
-            } else {
-                std::wstring scratch; // the same walk without escapes finds the byte
-                decodePlain(line, id, scratch, bad);
-            }
-        } else {
-            ok = decodePlain(line, id, text, bad);
-        }
+        if (options.decodeEscapes)
+            ok = decodeWithEscapes(piece, length, page, converted, text, bad);
+        else
+            ok = decodePlain(piece, length, page, text, bad);
         if (ok && zero)
             text += L'\0';
         if (!ok) {
@@ -358,15 +452,17 @@ Written writeEightBit(std::FILE* out, const std::wstring& text, const Options& o
             start = end + 1;
         }
     } else {
+        PageCache page(id);
+        bytes.reserve(text.size() * 2);
         for (const wchar_t& unit : text) {
             if (static_cast<unsigned>(unit) < 0x80) {
                 bytes += char(unit);
                 continue;
             }
-            wchar_t code = 0;
-            if (XoCharMapper::unicodeToCodepage(unit, id, code, true)) {
-                if (static_cast<unsigned>(code) > 0xFF)
-                    bytes += char(static_cast<unsigned>(code) >> 8);
+            const long code = page.fromUnicode(unit);
+            if (code >= 0) {
+                if (code > 0xFF)
+                    bytes += char(code >> 8);
                 bytes += char(code & 0xFF);
             } else {
                 if (lacking++ == 0)
@@ -478,24 +574,24 @@ bool readText(std::FILE* in, const Options& options, Progress& progress, std::ws
         return decodeUtf32(bytes, markSize, encoding.kind == Encoding::Utf32Big, text, error);
     case Encoding::Utf8:
         return decodeUtf8(bytes, markSize, text, error);
-    default: {
-        std::fseek(in, long(markSize), SEEK_SET);
-        PmFILE file(in);
-        return readUnicode(file, in, formatOf(encoding), long(markSize), progress, text, error);
-    }
+    default:
+        return decodeUtf16(bytes, markSize, encoding.kind == Encoding::Utf16Big, text, error);
     }
 }
 
-Written writeText(std::FILE* out, std::wstring text, const Options& options, std::size_t& lacking,
-                  std::string& error) {
-    text = withLineEnds(text, options.lineEnds);
+Written writeText(std::FILE* out, const std::wstring& read, const Options& options,
+                  std::size_t& lacking, std::string& error) {
+    std::wstring changed;
+    if (options.lineEnds != LineEnds::Keep)
+        changed = withLineEnds(read, options.lineEnds);
+    const std::wstring& text = options.lineEnds != LineEnds::Keep ? changed : read;
     if (options.to.kind == Encoding::Ansi8)
         return writeEightBit(out, text, options, lacking, error);
     const Encoding::Kind kind = options.to.kind;
-    const bool encoded =
-        kind == Encoding::Utf8 || kind == Encoding::Utf32Little || kind == Encoding::Utf32Big;
     std::string encodedBytes;
-    if (encoded) {
+    if (kind == Encoding::Utf16Little || kind == Encoding::Utf16Big) {
+        encodeUtf16(text, kind == Encoding::Utf16Big, encodedBytes);
+    } else {
         // Encoded whole before anything is written, so that a lack writes nothing.
         std::size_t first = 0;
         if (kind == Encoding::Utf8)
@@ -511,8 +607,8 @@ Written writeText(std::FILE* out, std::wstring text, const Options& options, std
         }
     }
     const bool bom = options.bom == 1 || (options.bom == -1 && kind != Encoding::Utf8);
-    // Written here rather than by PmFILE, which writes a mark only where it can tell
-    // that the stream is at its start: never on a pipe or a terminal.
+    // Written here rather than by PmFILE (which writes a mark only where it can tell
+    // that the stream is at its start: never on a pipe or a terminal).
     const std::string mark = kind == Encoding::Utf8          ? std::string("\xEF\xBB\xBF")
                              : kind == Encoding::Utf16Little ? std::string("\xFF\xFE")
                              : kind == Encoding::Utf16Big    ? std::string("\xFE\xFF")
@@ -522,20 +618,9 @@ Written writeText(std::FILE* out, std::wstring text, const Options& options, std
         error = std::strerror(errno);
         return Written::Failed;
     }
-    if (encoded) {
-        if (std::fwrite(encodedBytes.data(), 1, encodedBytes.size(), out) != encodedBytes.size()) {
-            error = std::strerror(errno);
-            return Written::Failed;
-        }
-        return Written::Ok;
-    }
-    PmFILE file(out);
-    file.setCharFormat(formatOf(options.to));
-    for (wchar_t unit : text) {
-        if (file.fputc(unit) < 0) {
-            error = std::strerror(errno);
-            return Written::Failed;
-        }
+    if (std::fwrite(encodedBytes.data(), 1, encodedBytes.size(), out) != encodedBytes.size()) {
+        error = std::strerror(errno);
+        return Written::Failed;
     }
     return Written::Ok;
 }

@@ -34,8 +34,8 @@ enum class Written { Ok, Lacking, Failed };
 // Writes text in options.to; lacking counts the characters the target lacks. With
 // Lacking::Fail and any such character nothing is written and the result is
 // Written::Lacking, error naming the first.
-Written writeText(std::FILE* out, std::wstring text, const Options& options, std::size_t& lacking,
-                  std::string& error);
+Written writeText(std::FILE* out, const std::wstring& text, const Options& options,
+                  std::size_t& lacking, std::string& error);
 
 // The --detect report of one input: its byte-order mark, else whether it is UTF-8,
 // else the 8-bit code pages that read it without error, the most plausible first

@@ -1,6 +1,8 @@
-// xoconv: converts text files between 8-bit code pages, UTF-8 and UTF-16 through the
-// library's own classes: PmFILE for Unicode files and byte-order marks, XoCharMapper for
-// code pages and the CIF and MIF escapes, WildcardsStringMatch to select files.
+// xoconv: converts text files between 8-bit code pages, UTF-8, UTF-16 and UTF-32
+// through the library's code pages: XoCharMapper for each code (kept once asked) and for
+// the CIF and MIF escapes, WildcardsStringMatch to select files. The Unicode forms and
+// byte-order marks are the tool's own (PmFILE reads and writes a unit at a time and
+// knows neither four-byte UTF-8 nor UTF-32).
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
