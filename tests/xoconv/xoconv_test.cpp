@@ -475,6 +475,25 @@ TEST_F(Xoconv, DetectRanksTheCodePages) {
     }
 }
 
+// With escapes written (--cif), literal text that looks like an escape reads back as
+// itself after a round trip through an 8-bit page.
+TEST_F(Xoconv, EscapeLikeTextSurvivesARoundTrip) {
+    const std::string texts[] = {
+        "\\U+0041", "C:\\M+1815C",  "a\\\\U+4E2D",          "\\u+00e9 \\m+21234",
+        "\\U+004",  "\\Uxyz \\M+x", "\xE4\xB8\xAD\\U+0041", "\\\\",
+    };
+    for (const std::string& text : texts) {
+        SCOPED_TRACE(text);
+        spit(at("in.txt"), text);
+        ASSERT_EQ(
+            run("-f utf-8 -t 1252 --cif -o " + native(at("mid.txt")) + " " + native(at("in.txt"))),
+            0)
+            << err_;
+        ASSERT_EQ(run("-f 1252 -t utf-8 " + native(at("mid.txt"))), 0) << err_;
+        EXPECT_EQ(out_, text);
+    }
+}
+
 TEST_F(Xoconv, ErrorsNameTheFileAndTheByte) {
     spit(at("bad.txt"), "abc\xC3\x28xyz");
     EXPECT_EQ(run("--from utf-8 " + native(at("bad.txt"))), 1);

@@ -428,26 +428,61 @@ std::string hexUnit(wchar_t unit) {
     return text;
 }
 
-Written writeEightBit(std::FILE* out, const std::wstring& text, const Options& options,
+// Whether text at i reads as an escape: "U+" and four hexadecimal digits, or "M+", a
+// digit and four hexadecimal digits, either letter of either case.
+bool escapeFollows(const std::wstring& text, std::size_t i) {
+    const auto hex = [&text](std::size_t from, std::size_t count) {
+        for (std::size_t k = from; k < from + count; ++k)
+            if (k >= text.size() || !std::iswxdigit(text[k]) || text[k] > 0x7F)
+                return false;
+        return true;
+    };
+    if (i + 1 >= text.size() || text[i + 1] != L'+')
+        return false;
+    if (text[i] == L'U' || text[i] == L'u')
+        return hex(i + 2, 4);
+    if (text[i] == L'M' || text[i] == L'm')
+        return i + 2 < text.size() && text[i + 2] >= L'0' && text[i + 2] <= L'9' && hex(i + 3, 4);
+    return false;
+}
+
+// With escapes written, a backslash that the reader would take for the start of an
+// escape is written as the escape of a backslash, so that "\U+0041" in the text
+// reads back as itself and not as "A".
+std::wstring withLiteralBackslashes(const std::wstring& text) {
+    std::wstring result;
+    result.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == L'\\' && escapeFollows(text, i + 1))
+            result += L"\\U+005C";
+        else
+            result += text[i];
+    }
+    return result;
+}
+
+Written writeEightBit(std::FILE* out, const std::wstring& written, const Options& options,
                       std::size_t& lacking, std::string& error) {
+    const std::wstring& text = written;
     const code_page_id id = idOf(options.to);
     std::string bytes;
     std::size_t first = 0;
     if (options.lacking == Lacking::Cif) {
         // The library writes what the code page lacks as CIF escapes; a zero unit ends
         // its input, so the text goes piece by piece.
-        for (std::size_t start = 0; start <= text.size();) {
-            const std::size_t end = std::min(text.find(L'\0', start), text.size());
+        const std::wstring escaped = withLiteralBackslashes(written);
+        for (std::size_t start = 0; start <= escaped.size();) {
+            const std::size_t end = std::min(escaped.find(L'\0', start), escaped.size());
             if (end > start) {
                 XoVector<char> converted; // the conversion appends to what it holds
-                XoCharMapper::wideCharToMultiByte(id, text.data() + start, int(end - start),
+                XoCharMapper::wideCharToMultiByte(id, escaped.data() + start, int(end - start),
                                                   converted);
                 const int size = converted.size();
                 bytes.append(
                     converted.data(),
                     std::size_t(size - (size > 0 && converted.data()[size - 1] == 0 ? 1 : 0)));
             }
-            if (end < text.size())
+            if (end < escaped.size())
                 bytes += '\0';
             start = end + 1;
         }
