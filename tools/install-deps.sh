@@ -6,7 +6,8 @@ set -euo pipefail
 packages=(cmake ninja-build g++ ccache)
 if [[ "${1:-}" == "all" ]]; then
     packages+=(clang-format googletest libgtest-dev libbenchmark-dev libmimalloc-dev clang libclang-rt-dev
-               g++-mingw-w64-x86-64-posix wine64 binutils pkg-config dpkg-dev doxygen)
+               g++-mingw-w64-x86-64-posix wine64 binutils pkg-config dpkg-dev doxygen
+               vim-runtime) # vim-runtime: real texts in legacy encodings for xoconv's tests
 fi
 
 missing=()
