@@ -693,6 +693,22 @@ TEST_F(Xoconv, InputsOfOneNameIntoOneFolderAreRefused) {
     EXPECT_EQ(slurp(at("out/x.txt")), "from a\n");
 }
 
+#if defined(_WIN32)
+// -o onto a Windows device writes into it: before, the rename onto NUL failed.
+TEST_F(Xoconv, OutputsOntoWindowsDevices) {
+    spit(at("in.txt"), "caf\xE9\n");
+    for (const char* device : {"NUL", "nul"}) {
+        SCOPED_TRACE(device);
+        EXPECT_EQ(run(std::string("-f 1252 -o ") + device + " " + native(at("in.txt"))), 0) << err_;
+        EXPECT_EQ(err_, "");
+        int temporaries = 0;
+        for (const auto& entry : fs::directory_iterator(dir_))
+            temporaries += entry.path().filename().string().find(".tmp") != std::string::npos;
+        EXPECT_EQ(temporaries, 0);
+    }
+}
+#endif
+
 TEST_F(Xoconv, StandardInputAndOutput) {
     using namespace std::string_literals;
     spit(at("in"), "x\xE9");

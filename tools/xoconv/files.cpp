@@ -274,6 +274,15 @@ bool placeOutput(const fs::path& target, OutputPlace& place, std::string& error)
     }
     place.path = path;
     place.direct = false;
+    // A device (NUL, CON, COM1) or a pipe is written into: there is nothing to replace.
+    const HANDLE handle = ::CreateFileW(path.wstring().c_str(), 0,
+                                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                        nullptr, OPEN_EXISTING, 0, nullptr);
+    if (handle != INVALID_HANDLE_VALUE) {
+        const DWORD type = ::GetFileType(handle);
+        place.direct = type == FILE_TYPE_CHAR || type == FILE_TYPE_PIPE;
+        ::CloseHandle(handle);
+    }
     return true;
 #else
     for (int hop = 0; hop < 40; ++hop) {
