@@ -340,6 +340,9 @@ TEST_F(Xoconv, CharactersBeyondTheBasicPlane) {
         {"--from utf-8", "a\xF0\x9F\x93", 1, "byte 1: not UTF-8"},
         {"--from utf-16le", "a\0\x3D\xD8"s, 1, "character 1 (U+D83D, a lone surrogate)"},
         {"--from utf-16le --replace", "\xD0\xDC"s, 0, "\xEF\xBF\xBD"},
+        // A code page lacks the character, not each half of its pair.
+        {"--from utf-8 --to 1252", "a" + utf8, 1, "character 1 (U+1F4D0) and 0 other(s)"},
+        {"--from utf-8 --to 932 --replace", "a" + utf8 + "b", 0, "a?b"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.options);

@@ -489,7 +489,8 @@ Written writeEightBit(std::FILE* out, const std::wstring& written, const Options
     } else {
         PageCache page(id);
         bytes.reserve(text.size() * 2);
-        for (const wchar_t& unit : text) {
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            const wchar_t unit = text[i];
             if (static_cast<unsigned>(unit) < 0x80) {
                 bytes += char(unit);
                 continue;
@@ -501,14 +502,22 @@ Written writeEightBit(std::FILE* out, const std::wstring& written, const Options
                 bytes += char(code & 0xFF);
             } else {
                 if (lacking++ == 0)
-                    first = std::size_t(&unit - text.data());
+                    first = i;
                 if (options.lacking == Lacking::Question)
                     bytes += '?';
+                // No code page holds a character beyond U+FFFF: its pair is one
+                // character lacked, one '?'.
+                if (pairAt(text, i) != 0)
+                    ++i;
             }
         }
     }
     if (lacking > 0 && options.lacking == Lacking::Fail) {
-        error = "character " + std::to_string(first) + " (" + hexUnit(text[first]) + ") and " +
+        const unsigned long pair = pairAt(text, first);
+        char shownCode[16];
+        std::snprintf(shownCode, sizeof shownCode, "U+%04lX",
+                      pair != 0 ? pair : static_cast<unsigned long>(text[first]) & 0xFFFF);
+        error = "character " + std::to_string(first) + " (" + shownCode + ") and " +
                 std::to_string(lacking - 1) + " other(s) are not in " + describe(options.to) +
                 "; nothing written (--cif writes escapes, --replace '?', -c drops them)";
         return Written::Lacking;
