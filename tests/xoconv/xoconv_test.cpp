@@ -480,6 +480,48 @@ TEST_F(Xoconv, DetectRanksTheCodePages) {
 
 // With escapes written (--cif), literal text that looks like an escape reads back as
 // itself after a round trip through an 8-bit page.
+// Whatever the tool writes in a code page, it reads back. Windows writes cp932
+// U+F8F0-F8F3 as A0, FD, FE, FF yet refuses those bytes in a strict reading: the tool
+// counts them as lacking, and --cif writes their escapes.
+TEST_F(Xoconv, WhatIsWrittenReadsBack) {
+    spit(at("pua.txt"), "a\xEF\xA3\xB0"
+                        "b\n"); // U+F8F0
+    EXPECT_EQ(run("--from utf-8 --to 932 " + native(at("pua.txt"))), 1) << err_;
+    EXPECT_NE(err_.find("U+F8F0"), std::string::npos) << err_;
+    ASSERT_EQ(run("--from utf-8 --to 932 --cif -o " + native(at("cif.txt")) + " " +
+                  native(at("pua.txt"))),
+              0)
+        << err_;
+    EXPECT_EQ(slurp(at("cif.txt")), "a\\U+F8F0b\n");
+    ASSERT_EQ(run("--from 932 --to utf-8 " + native(at("cif.txt"))), 0) << err_;
+    EXPECT_EQ(out_, "a\xEF\xA3\xB0"
+                    "b\n");
+
+    std::string everything; // every unit of the basic plane above ASCII, as UTF-8
+    for (unsigned u = 0x80; u < 0xFFFE; ++u) {
+        if (u >= 0xD800 && u <= 0xDFFF)
+            continue;
+        if (u < 0x800) {
+            everything += char(0xC0 | u >> 6);
+        } else {
+            everything += char(0xE0 | u >> 12);
+            everything += char(0x80 | ((u >> 6) & 0x3F));
+        }
+        everything += char(0x80 | (u & 0x3F));
+    }
+    spit(at("all.txt"), everything);
+    for (const char* page : {"932", "936", "949", "950", "1252"}) {
+        SCOPED_TRACE(page);
+        const std::string written = native(at(std::string("in-") + page + ".txt"));
+        ASSERT_EQ(run(std::string("--from utf-8 -c --to ") + page + " -o " + written + " " +
+                      native(at("all.txt"))),
+                  0)
+            << err_;
+        EXPECT_EQ(run(std::string("--from ") + page + " --to utf-8 --no-escapes " + written), 0)
+            << err_;
+    }
+}
+
 TEST_F(Xoconv, EscapeLikeTextSurvivesARoundTrip) {
     const std::string texts[] = {
         "\\U+0041", "C:\\M+1815C",  "a\\\\U+4E2D",          "\\u+00e9 \\m+21234",

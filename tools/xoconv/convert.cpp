@@ -262,14 +262,18 @@ public:
         return slot == 1 ? 0 : wchar_t(slot & 0xFFFF);
     }
 
-    // The code of a unit, or -1 when the page lacks it.
+    // The code of a unit, or -1 when the page lacks it. A code that does not read back
+    // as the same unit counts as lacking: Windows itself writes U+F8F0-F8F3 as cp932 A0,
+    // FD, FE, FF and then refuses those bytes in a strict reading, and the tool never
+    // writes what it could not read.
     long fromUnicode(wchar_t unit) {
         std::int32_t& slot = fromUnicode_[static_cast<unsigned>(unit) & 0xFFFF];
         if (slot == 0) {
             wchar_t code = 0;
-            slot = XoCharMapper::unicodeToCodepage(unit, id_, code, true)
-                       ? 0x10000 | static_cast<std::int32_t>(code & 0xFFFF)
-                       : -1;
+            const bool written = XoCharMapper::unicodeToCodepage(unit, id_, code, true);
+            const bool readsBack =
+                written && toUnicode(static_cast<unsigned>(code) & 0xFFFF) == unit;
+            slot = readsBack ? 0x10000 | static_cast<std::int32_t>(code & 0xFFFF) : -1;
         }
         return slot < 0 ? -1 : long(slot & 0xFFFF);
     }
@@ -461,6 +465,32 @@ std::wstring withLiteralBackslashes(const std::wstring& text) {
     return result;
 }
 
+// Units the page writes as a code it will not read back (cp932 U+F8F0-F8F3) become CIF
+// escapes, as units it lacks do, so that what --cif writes reads back as itself.
+std::wstring withEscapedNonRoundTrips(const std::wstring& text, code_page_id id) {
+    PageCache page(id);
+    std::wstring out;
+    out.reserve(text.size());
+    for (const wchar_t unit : text) {
+        const unsigned u = static_cast<unsigned>(unit) & 0xFFFF;
+        const bool surrogate = u >= 0xD800 && u <= 0xDFFF;
+        if (u < 0x80 || surrogate || page.fromUnicode(unit) >= 0) {
+            out += unit;
+            continue;
+        }
+        wchar_t code = 0;
+        if (!XoCharMapper::unicodeToCodepage(unit, page.id(), code, true)) {
+            out += unit; // lacked altogether: the library writes its escape
+            continue;
+        }
+        char escape[16];
+        std::snprintf(escape, sizeof escape, "\\U+%04X", u);
+        for (const char* c = escape; *c; ++c)
+            out += wchar_t(*c);
+    }
+    return out;
+}
+
 Written writeEightBit(std::FILE* out, const std::wstring& written, const Options& options,
                       std::size_t& lacking, std::string& error) {
     const std::wstring& text = written;
@@ -470,7 +500,7 @@ Written writeEightBit(std::FILE* out, const std::wstring& written, const Options
     if (options.lacking == Lacking::Cif) {
         // The library writes what the code page lacks as CIF escapes; a zero unit ends
         // its input, so the text goes piece by piece.
-        const std::wstring escaped = withLiteralBackslashes(written);
+        const std::wstring escaped = withEscapedNonRoundTrips(withLiteralBackslashes(written), id);
         for (std::size_t start = 0; start <= escaped.size();) {
             const std::size_t end = std::min(escaped.find(L'\0', start), escaped.size());
             if (end > start) {
