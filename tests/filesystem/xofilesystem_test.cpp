@@ -89,8 +89,8 @@ TEST_F(XoFileSystemFiles, Attributes) {
         const unsigned long attributes = XoFileSystem::getFileAttributes(arg(c.name));
         WIN32_FILE_ATTRIBUTE_DATA data;
         std::memset(&data, 0xAB, sizeof data);
-        const int answered = XoFileSystem::getFileAttributesEx(arg(c.name), GetFileExInfoStandard,
-                                                               &data);
+        const int answered =
+            XoFileSystem::getFileAttributesEx(arg(c.name), GetFileExInfoStandard, &data);
         ASSERT_EQ(answered != 0, c.found);
         ASSERT_EQ(attributes != kInvalidAttributes, c.found);
         if (!c.found)
@@ -114,11 +114,7 @@ TEST_F(XoFileSystemFiles, LinuxAttributeBits) {
         const char* name;
         unsigned long attributes;
     } cases[] = {
-        {"file", 0x80},
-        {".hidden", 0x2},
-        {"readonly", 0x1},
-        {"folder", 0x10},
-        {"link", 0x410},
+        {"file", 0x80}, {".hidden", 0x2}, {"readonly", 0x1}, {"folder", 0x10}, {"link", 0x410},
     };
     for (const auto& c : cases)
         EXPECT_EQ(XoFileSystem::getFileAttributes(arg(c.name)), c.attributes) << c.name;
@@ -142,10 +138,8 @@ TEST_F(XoFileSystemFiles, CreateFileBuf) {
         XoIO::CreationDisposition disposition;
         bool made;
     } cases[] = {
-        {"file", XoIO::kOpenExisting, true},
-        {"missing", XoIO::kOpenExisting, false},
-        {"created", XoIO::kCreateAlways, true},
-        {"file", XoIO::kCreateNew, false},
+        {"file", XoIO::kOpenExisting, true},    {"missing", XoIO::kOpenExisting, false},
+        {"created", XoIO::kCreateAlways, true}, {"file", XoIO::kCreateNew, false},
         {"folder", XoIO::kOpenExisting, false},
     };
     for (const auto& c : cases) {
@@ -164,22 +158,18 @@ TEST_F(XoFileSystemFiles, CopyFile) {
         bool failIfExists, copied;
         const char* targetAfter; // the target's contents afterwards, null: no such file
     } cases[] = {
-        {"missing", "copy1", false, false, nullptr},
-        {"folder", "copy2", false, false, nullptr},
-        {"(null)", "copy3", false, false, nullptr},
-        {"(empty)", "copy4", false, false, nullptr},
-        {"file", "target", true, false, "old"},
-        {"file", "copy5", true, true, "contents"},
-        {"file", "target", false, true, "contents"},
-        {"readonly", "copy6", false, true, "kept"},
+        {"missing", "copy1", false, false, nullptr}, {"folder", "copy2", false, false, nullptr},
+        {"(null)", "copy3", false, false, nullptr},  {"(empty)", "copy4", false, false, nullptr},
+        {"file", "target", true, false, "old"},      {"file", "copy5", true, true, "contents"},
+        {"file", "target", false, true, "contents"}, {"readonly", "copy6", false, true, "kept"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.from) + " -> " + c.to);
         const std::wstring from = arg(c.from) ? arg(c.from) : L"";
         const bool nullFrom = std::string(c.from) == "(null)";
-        EXPECT_EQ(XoFileSystem::copyFile(nullFrom ? nullptr : from.c_str(), arg(c.to),
-                                         c.failIfExists),
-                  c.copied);
+        EXPECT_EQ(
+            XoFileSystem::copyFile(nullFrom ? nullptr : from.c_str(), arg(c.to), c.failIfExists),
+            c.copied);
         EXPECT_EQ(fs::exists(file(c.to)), c.targetAfter != nullptr);
         if (c.targetAfter != nullptr) {
             EXPECT_EQ(read(c.to), c.targetAfter);
@@ -198,11 +188,8 @@ TEST_F(XoFileSystemFiles, DeleteAndRename) {
         const char* name;
         bool deleted;
     } cases[] = {
-        {"file", true},
-        {"file", false}, // gone now
-        {"folder", false},
-        {"readonly", false},
-        {"missing", false},
+        {"file", true},    {"file", false}, // gone now
+        {"folder", false}, {"readonly", false}, {"missing", false},
     };
     for (const auto& c : cases)
         EXPECT_EQ(XoFileSystem::deleteFile(arg(c.name)), c.deleted) << c.name;
@@ -215,8 +202,8 @@ TEST_F(XoFileSystemFiles, TimesAndSizes) {
     const std::int64_t before = std::int64_t(std::time(nullptr));
     write("sized", std::string(70000, 'x'));
     const std::int64_t after = std::int64_t(std::time(nullptr));
-    for (const std::int64_t t :
-         {XoFileSystem::getModificationTime(arg("sized")), XoFileSystem::getCreationTime(arg("sized"))}) {
+    for (const std::int64_t t : {XoFileSystem::getModificationTime(arg("sized")),
+                                 XoFileSystem::getCreationTime(arg("sized"))}) {
         EXPECT_GE(t, before - 2);
         EXPECT_LE(t, after + 2);
     }

@@ -223,7 +223,8 @@ TEST_F(XoFileSystemWorker, StuckWorkerIsLeftBehind) {
     EXPECT_EQ(answer, -1);
     EXPECT_LT(took, kGenerous);
     EXPECT_LT(queuedTook, kGenerous);
-    EXPECT_TRUE(queuedAnswer == healthyAnswer || queuedAnswer == kInvalidAttributes) << queuedAnswer;
+    EXPECT_TRUE(queuedAnswer == healthyAnswer || queuedAnswer == kInvalidAttributes)
+        << queuedAnswer;
     EXPECT_EQ(xo::filesystem::leftBehindThreads(), 1);
 
     // The volume of the stuck call fails at once; another volume is served by the

@@ -57,7 +57,7 @@ bool createDirectory(const wchar_t* path);
 // exists already (as a folder or not), kErrorBadPathname for a relative path, else the
 // error of the level that could not be made.
 std::uint32_t createDirectoryTree(const wchar_t* path);
-bool removeDirectory(const wchar_t* path); // RemoveDirectoryW
+bool removeDirectory(const wchar_t* path);     // RemoveDirectoryW
 bool setCurrentDirectory(const wchar_t* path); // SetCurrentDirectoryW
 // GetCurrentDirectoryW and GetTempPathW: characters written without the terminator, or
 // the size needed with it when size is too small, or 0 on failure. POSIX: the temporary

@@ -278,9 +278,8 @@ bool copyFile(const wchar_t* from, const wchar_t* to, bool failIfExists) {
         openFile(from, kGenericRead, kFileShareRead, kOpenExisting, kFileAttributeNormal);
     if (source.handle == invalidFileHandle())
         return fail(source.error);
-    const FileOpenResult target = openFile(to, kGenericWrite, 0,
-                                           failIfExists ? kCreateNew : kCreateAlways,
-                                           kFileAttributeNormal);
+    const FileOpenResult target = openFile(
+        to, kGenericWrite, 0, failIfExists ? kCreateNew : kCreateAlways, kFileAttributeNormal);
     if (target.handle == invalidFileHandle()) {
         closeFile(source.handle);
         return fail(target.error == kErrorFileExists ? kErrorFileExists : target.error);
@@ -306,7 +305,7 @@ bool createDirectory(const wchar_t* path) {
         return false;
     if (::mkdir(narrow.c_str(), 0777) == 0)
         return true;
-    return fail(errno == EEXIST ? kErrorAlreadyExists
+    return fail(errno == EEXIST   ? kErrorAlreadyExists
                 : errno == ENOENT ? kErrorPathNotFound
                                   : win32ErrorFromErrno(errno));
 }
@@ -334,8 +333,9 @@ bool removeDirectory(const wchar_t* path) {
         return false;
     if (::rmdir(narrow.c_str()) == 0)
         return true;
-    return fail(errno == ENOTDIR ? kErrorDirectory : errno == EEXIST ? kErrorDirNotEmpty
-                                                                       : win32ErrorFromErrno(errno));
+    return fail(errno == ENOTDIR  ? kErrorDirectory
+                : errno == EEXIST ? kErrorDirNotEmpty
+                                  : win32ErrorFromErrno(errno));
 }
 
 bool setCurrentDirectory(const wchar_t* path) {

@@ -35,8 +35,7 @@ constexpr CLSID kShellLinkClsid = {
     0x00021401, 0, 0, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 constexpr IID kPersistFileIid = {
     0x0000010B, 0, 0, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
-constexpr IID kShellLinkWIid = {
-    0x000214F9, 0, 0, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+constexpr IID kShellLinkWIid = {0x000214F9, 0, 0, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 
 } // namespace
 
@@ -53,8 +52,7 @@ StatOutcome statPath(const wchar_t* path, PathStatus* status) {
         return StatOutcome::kFailed;
     if (::_wstat64i32(path, &st) != 0)
         return errno == EOVERFLOW ? StatOutcome::kOverflow : StatOutcome::kFailed;
-    *status = {(st.st_mode & _S_IFDIR) != 0, std::int64_t(st.st_ctime),
-               std::int64_t(st.st_mtime)};
+    *status = {(st.st_mode & _S_IFDIR) != 0, std::int64_t(st.st_ctime), std::int64_t(st.st_mtime)};
     return StatOutcome::kOk;
 }
 
@@ -69,8 +67,8 @@ bool pathExists(const wchar_t* path) {
 bool volumeInformation(const wchar_t* root, wchar_t* name, unsigned long nameSize,
                        unsigned long* serial, unsigned long* maxComponentLength,
                        unsigned long* flags, wchar_t* fsName, unsigned long fsNameSize) {
-    return ::GetVolumeInformationW(root, name, nameSize, serial, maxComponentLength, flags,
-                                   fsName, fsNameSize) != FALSE;
+    return ::GetVolumeInformationW(root, name, nameSize, serial, maxComponentLength, flags, fsName,
+                                   fsNameSize) != FALSE;
 }
 
 bool volumeKey(const wchar_t*, std::uint64_t*) {
