@@ -46,8 +46,10 @@ void forgetVolume(std::uint64_t key) {
 
 } // namespace
 
+// Acquire, paired with the release of finish: a caller that sees the count fall knows
+// the calls behind it have returned.
 int leftBehindThreads() {
-    return g_leftBehind.load(std::memory_order_relaxed);
+    return g_leftBehind.load(std::memory_order_acquire);
 }
 
 bool volumeIsHung(const std::wstring& path) {
@@ -77,7 +79,7 @@ bool finish(Completion& record) {
     if (record.keyed)
         forgetVolume(record.volume);
     if (expected == kAbandoned) {
-        g_leftBehind.fetch_sub(1, std::memory_order_relaxed);
+        g_leftBehind.fetch_sub(1, std::memory_order_release);
         XoTaskThread::leaveThisThreadBehind();
     }
     return false;
@@ -96,8 +98,8 @@ GiveUp giveUp(Completion& record, const std::wstring& path, XoTaskThread& worker
             return GiveUp::kAnswered;
         record.keyed = keyed;
         record.volume = key;
-        replace = g_leftBehind.load(std::memory_order_relaxed) < kMaxLeftBehind &&
-                  !worker.stopping();
+        replace =
+            g_leftBehind.load(std::memory_order_relaxed) < kMaxLeftBehind && !worker.stopping();
         if (!record.state.compare_exchange_strong(expected, replace ? kAbandoned : kOrphaned))
             return GiveUp::kAnswered;
         if (replace)

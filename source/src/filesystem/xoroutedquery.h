@@ -67,7 +67,7 @@ struct Completion {
     std::condition_variable signal;
     bool done = false;
     std::atomic<int> state{kQueued};
-    bool keyed = false;     // the volume key below was found
+    bool keyed = false; // the volume key below was found
     std::uint64_t volume = 0;
 };
 
@@ -86,16 +86,14 @@ GiveUp giveUp(Completion& record, const std::wstring& path, XoTaskThread& worker
 // Query: a copyable object holding copies of the arguments and room for the answers,
 // with `Result run()` (the OS call on those copies), `void deliver() const` (the answers
 // copied to the caller's buffers) and `std::wstring path` (the path it asks about).
-template <class Query, class Result>
-struct Record : Completion {
+template <class Query, class Result> struct Record : Completion {
     explicit Record(const Query& q) : query(q) {}
     Query query;
     Result result{};
 };
 
 // Holds one reference to a record for the scope it lives in.
-template <class R>
-class Held {
+template <class R> class Held {
 public:
     explicit Held(R* record) : record_(record) {}
     Held(const Held& other) : record_(other.record_) { record_->hold(); }
@@ -108,8 +106,7 @@ private:
     R* record_;
 };
 
-template <class Result, class Query>
-Result routeQuery(const Query& query, Result failure) {
+template <class Result, class Query> Result routeQuery(const Query& query, Result failure) {
     XoTaskThread* worker = XoFileSystem::m_pThread.get();
     if (volumeIsHung(query.path))
         return failure;
@@ -134,8 +131,8 @@ Result routeQuery(const Query& query, Result failure) {
         return record->result;
     }
     const int timeout = XoFileSystem::m_nTimeout;
-    const auto deadline = std::chrono::steady_clock::now() +
-                          std::chrono::milliseconds(timeout > 0 ? timeout : 0);
+    const auto deadline =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout > 0 ? timeout : 0);
     const auto answered = [&record] { return record->done; };
     if (!record->signal.wait_until(lock, deadline, answered)) {
         void* handle = worker->stopping() ? nullptr : worker->nativeHandle();

@@ -16,7 +16,7 @@ XoTaskThread::XoTaskThread() {
 XoTaskThread::~XoTaskThread() {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_bStop = true;
+        __atomic_store_n(&m_bStop, true, __ATOMIC_RELAXED);
     }
     m_wake.notify_all();
     if (m_thread.joinable())

@@ -28,8 +28,9 @@ public:
     bool post(Task task);
     // The OS handle of the serving thread (null where the platform has none).
     void* nativeHandle();
-    // Read without the lock by a caller deciding whether to cancel.
-    bool stopping() const { return m_bStop; }
+    // Read without the lock by a caller deciding whether to cancel; the flag is written
+    // under the lock and read atomically, so the unlocked read is no data race.
+    bool stopping() const { return __atomic_load_n(&m_bStop, __ATOMIC_RELAXED); }
 
     // For a task: the thread running it is stuck and has been replaced, so when the task
     // returns the thread ends without touching the worker, which may be gone by then.
