@@ -20,6 +20,17 @@ constexpr std::uint32_t kVolumeIdAndLocalBasePath = 0x1;
 constexpr std::uint32_t kCommonNetworkRelativeLink = 0x2;
 constexpr std::uint32_t kLinkInfoUnicodeHeader = 0x24;
 constexpr std::uint32_t kNetworkLinkUnicodeOffsets = 0x14;
+// ID list items: the computer, drives ("C:\\" in ANSI at offset 3), folders and files
+// (the short name in ANSI at offset 14, then the extension block with the long name).
+constexpr std::uint32_t kComputerItem = 0x1F;
+constexpr std::uint32_t kDriveItems = 0x20;
+constexpr std::uint32_t kFileItems = 0x30;
+constexpr std::size_t kShortNameOffset = 14;
+constexpr std::uint32_t kExtensionSignature = 0xBEEF0004u;
+constexpr std::size_t kExtensionNameV3 = 0x14;
+constexpr std::size_t kExtensionNameV7 = 0x26;
+constexpr std::size_t kExtensionNameV8 = 0x2A;
+constexpr std::size_t kExtensionNameV9 = 0x2E;
 
 // A bounded view of the bytes: every read is checked, none runs past the end.
 class Bytes {
@@ -103,8 +114,8 @@ bool networkPath(const Bytes& info, std::uint32_t offset, std::wstring* out) {
 }
 
 bool linkInfoTarget(const Bytes& info, std::wstring* target) {
-    std::uint32_t headerSize = 0, flags = 0, localOffset = 0, networkOffset = 0,
-                  suffixOffset = 0, localUnicode = 0, suffixUnicode = 0;
+    std::uint32_t headerSize = 0, flags = 0, localOffset = 0, networkOffset = 0, suffixOffset = 0,
+                  localUnicode = 0, suffixUnicode = 0;
     if (!info.u32(4, &headerSize) || !info.u32(8, &flags) || !info.u32(16, &localOffset) ||
         !info.u32(20, &networkOffset) || !info.u32(24, &suffixOffset) || headerSize < 0x1C)
         return false;
@@ -132,6 +143,74 @@ bool linkInfoTarget(const Bytes& info, std::wstring* target) {
     return true;
 }
 
+// The long name in a file item's extension block (0xBEEF0004). Windows stores the
+// name's offset by version; Wine writes the oldest layout with the version and the
+// signature left zero, without aligning the block.
+bool longNameOf(const Bytes& item, std::size_t afterShortName, std::wstring* name) {
+    for (std::size_t at = afterShortName; at <= afterShortName + 1; ++at) {
+        std::uint32_t size = 0, version = 0, signature = 0;
+        Bytes block(nullptr, 0);
+        if (!item.u16(at, &size) || size < kExtensionNameV3 + 2 || !item.sub(at, size, &block) ||
+            !block.u16(2, &version) || !block.u32(4, &signature))
+            continue;
+        std::size_t offset = 0;
+        if (signature == kExtensionSignature)
+            offset = version >= 9   ? kExtensionNameV9
+                     : version >= 8 ? kExtensionNameV8
+                     : version >= 7 ? kExtensionNameV7
+                     : version >= 3 ? kExtensionNameV3
+                                    : 0;
+        else if (signature == 0 && version == 0)
+            offset = kExtensionNameV3;
+        if (offset != 0 && block.unicode(offset, name) && !name->empty())
+            return true;
+    }
+    return false;
+}
+
+// The path of an ID list made of the computer, a drive and file-system items; false for
+// anything else (a network place, a special folder), which the link information tells.
+bool idListTarget(const Bytes& list, std::wstring* target) {
+    std::wstring path;
+    bool sawDrive = false;
+    for (std::size_t at = 0;;) {
+        std::uint32_t size = 0, type = 0;
+        if (!list.u16(at, &size))
+            return false;
+        if (size == 0)
+            break;
+        Bytes item(nullptr, 0);
+        if (size < 3 || !list.sub(at, size, &item) || !item.u16(2, &type))
+            return false;
+        type &= 0xFF;
+        std::wstring name;
+        if (type == kComputerItem) {
+            // the root: nothing of the path
+        } else if ((type & 0x70) == kDriveItems) {
+            if (sawDrive || !item.ansi(3, &name) || name.empty())
+                return false;
+            path = name;
+            sawDrive = true;
+        } else if ((type & 0x70) == kFileItems && sawDrive) {
+            std::wstring shortName;
+            if (!item.ansi(kShortNameOffset, &shortName))
+                return false;
+            if (!longNameOf(item, kShortNameOffset + shortName.size() + 1, &name))
+                name = shortName;
+            if (!path.empty() && path.back() != L'\\')
+                path += L'\\';
+            path += name;
+        } else {
+            return false;
+        }
+        at += size;
+    }
+    if (!sawDrive)
+        return false;
+    target->swap(path);
+    return true;
+}
+
 } // namespace
 
 bool parseShellLinkTarget(const unsigned char* data, std::size_t size, std::wstring& target) {
@@ -143,8 +222,13 @@ bool parseShellLinkTarget(const unsigned char* data, std::size_t size, std::wstr
     std::size_t at = kHeaderSize;
     if ((flags & kHasIdList) != 0) {
         std::uint32_t idListSize = 0;
-        if (!bytes.u16(at, &idListSize))
+        Bytes list(nullptr, 0);
+        if (!bytes.u16(at, &idListSize) || !bytes.sub(at + 2, idListSize, &list))
             return false;
+        // The list holds the names in UTF-16; the link information may hold them in the
+        // ANSI code page only (Wine writes no Unicode there).
+        if (idListTarget(list, &target))
+            return true;
         at += 2 + idListSize;
     }
     if ((flags & kHasLinkInfo) == 0 || (flags & kForceNoLinkInfo) != 0)

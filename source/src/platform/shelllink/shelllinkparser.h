@@ -1,5 +1,6 @@
 // The target path stored in a Windows shortcut (.lnk, the published Shell Link binary
-// format), read without the shell: the link information's local base path or network
+// format), read without the shell: the ID list's drive and long names where it is made of
+// nothing else (they are UTF-16), else the link information's local base path or network
 // share path, each followed by the common path suffix. Built into the POSIX library
 // (getLinkedPathName) and, on Windows, only to be compared with the shell's answer.
 // The file is untrusted: every size and offset is checked against the bytes given.
