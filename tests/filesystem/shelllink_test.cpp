@@ -62,8 +62,7 @@ struct LinkSpec {
 Bytes makeLink(const LinkSpec& spec) {
     Bytes out(0x4C, 0);
     put32(out, 0, 0x4C);
-    const unsigned char clsid[16] = {0x01, 0x14, 0x02, 0, 0, 0, 0, 0,
-                                     0xC0, 0,    0,    0, 0, 0, 0, 0x46};
+    const unsigned char clsid[16] = {0x01, 0x14, 0x02, 0, 0, 0, 0, 0, 0xC0, 0, 0, 0, 0, 0, 0, 0x46};
     std::memcpy(out.data() + 4, clsid, sizeof clsid);
     put32(out, 20, (spec.idListSize != 0 ? 0x1u : 0u) | 0x2u | 0x80u);
     if (spec.idListSize != 0) {
@@ -119,7 +118,8 @@ TEST(ShellLinkReader, TargetsOfWellFormedLinks) {
         {{false, false, "C:\\", L"", "file.txt", 20}, L"C:\\file.txt"},
         {{false, true, "C:\\?\\f.txt", L"C:\\\x65e5\x672c\\f.txt", "", 0},
          L"C:\\\x65e5\x672c\\f.txt"},
-        {{true, false, "\\\\server\\share", L"", "dir\\f.txt", 0}, L"\\\\server\\share\\dir\\f.txt"},
+        {{true, false, "\\\\server\\share", L"", "dir\\f.txt", 0},
+         L"\\\\server\\share\\dir\\f.txt"},
         {{true, true, "\\\\server\\share", L"", "", 8}, L"\\\\server\\share"},
     };
     for (const auto& c : cases) {
@@ -205,10 +205,10 @@ bool saveShellLink(const std::wstring& target, const std::wstring& at) {
                                   reinterpret_cast<void**>(&link))))
         return false;
     IPersistFile* persist = nullptr;
-    bool saved = SUCCEEDED(link->SetPath(target.c_str())) &&
-                 SUCCEEDED(link->QueryInterface(IID_IPersistFile,
-                                                reinterpret_cast<void**>(&persist))) &&
-                 SUCCEEDED(persist->Save(at.c_str(), TRUE));
+    bool saved =
+        SUCCEEDED(link->SetPath(target.c_str())) &&
+        SUCCEEDED(link->QueryInterface(IID_IPersistFile, reinterpret_cast<void**>(&persist))) &&
+        SUCCEEDED(persist->Save(at.c_str(), TRUE));
     if (persist != nullptr)
         persist->Release();
     link->Release();
