@@ -168,6 +168,28 @@ TEST(ShellLinkReader, RefusesDamagedLinks) {
     EXPECT_FALSE(parse(ansi, target));
 }
 
+// Links that Wine's IShellLinkW saved, with the paths its shell resolved them to then:
+// the reader finds the same on both targets.
+TEST(ShellLinkReader, LinksSavedByWine) {
+    const std::wstring folder = L"C:\\users\\root\\Temp\\xo_files_0_ReaderAgreesWithTheShell\\";
+    const struct {
+        const char* file;
+        std::wstring target;
+    } cases[] = {
+        {"wine-local-file.lnk", folder + L"local.txt"},
+        {"wine-folder.lnk", folder + L"folder"},
+        {"wine-non-ascii.lnk", folder + L"folder\\\x65e5\x672c.txt"},
+    };
+    for (const auto& c : cases) {
+        std::ifstream in(std::string(XO_WINE_SHORTCUTS) + "/" + c.file, std::ios::binary);
+        ASSERT_TRUE(in.good()) << c.file;
+        const Bytes bytes{std::istreambuf_iterator<char>(in), {}};
+        std::wstring target;
+        EXPECT_TRUE(parse(bytes, target)) << c.file;
+        EXPECT_EQ(target, c.target);
+    }
+}
+
 class XoFileSystemLinks : public xotest::TempFolder {};
 
 #if !defined(_WIN32)
