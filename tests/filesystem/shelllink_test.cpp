@@ -168,8 +168,9 @@ TEST(ShellLinkReader, RefusesDamagedLinks) {
     EXPECT_FALSE(parse(ansi, target));
 }
 
-// Links that Wine's IShellLinkW saved, with the paths its shell resolved them to then:
-// the reader finds the same on both targets.
+// Links that Wine's IShellLinkW saved, with the paths its shell resolved them to then
+// (the share: the path it was given, which Windows' shell answers): the reader finds the
+// same on both targets.
 TEST(ShellLinkReader, LinksSavedByWine) {
     const std::wstring folder = L"C:\\users\\root\\Temp\\xo_files_0_ReaderAgreesWithTheShell\\";
     const struct {
@@ -179,6 +180,7 @@ TEST(ShellLinkReader, LinksSavedByWine) {
         {"wine-local-file.lnk", folder + L"local.txt"},
         {"wine-folder.lnk", folder + L"folder"},
         {"wine-non-ascii.lnk", folder + L"folder\\\x65e5\x672c.txt"},
+        {"wine-network.lnk", L"\\\\server\\share\\dir\\file.txt"}, // Wine's shell: the desktop
     };
     for (const auto& c : cases) {
         std::ifstream in(std::string(XO_WINE_SHORTCUTS) + "/" + c.file, std::ios::binary);
@@ -263,6 +265,22 @@ TEST_F(XoFileSystemLinks, ReaderAgreesWithTheShell) {
     }
     wchar_t out[300];
     EXPECT_EQ(XoFileSystem::getLinkedPathName(wide("missing.lnk").c_str(), out), 0);
+}
+
+// A share Wine cannot reach gets no ID list: Wine's shell then names the desktop (Windows
+// names the share), while the reader finds the share path in the link information.
+TEST_F(XoFileSystemLinks, NetworkTargetUnderWine) {
+    const std::wstring share = L"\\\\server\\share\\dir\\file.txt";
+    const std::wstring at = wide("share.lnk");
+    ASSERT_TRUE(saveShellLink(share, at));
+    std::ifstream in(std::filesystem::path(at), std::ios::binary);
+    const Bytes bytes{std::istreambuf_iterator<char>(in), {}};
+    std::wstring read;
+    EXPECT_TRUE(parse(bytes, read));
+    EXPECT_EQ(read, share);
+    wchar_t shell[300] = L"";
+    ASSERT_EQ(XoFileSystem::getLinkedPathName(at.c_str(), shell), 1);
+    EXPECT_NE(std::wstring(shell), share) << "Wine's shell resolves shares now: compare it";
 }
 #endif
 
