@@ -2,6 +2,7 @@
 // switches' rules, and the time-out of a query that does not come back.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstring>
@@ -241,6 +242,33 @@ TEST_F(XoFileSystemWorker, StuckWorkerIsLeftBehind) {
     EXPECT_EQ(XoFileSystem::getFileAttributes(wide("folder").c_str()), 0x10ul);
     XoFileSystem::stopMultiThread();
     EXPECT_EQ(XoFileSystem::m_pThread, nullptr);
+}
+
+// Past the bound no thread is added: the stuck worker is kept, the queries behind it fail
+// at their time-outs, and it serves them again once its call returns.
+TEST_F(XoFileSystemWorker, LeftBehindThreadsAreBounded) {
+    std::atomic<bool> entered{false}, release{false};
+    const std::wstring healthy = wide("folder");
+    const unsigned long healthyAnswer = XoFileSystem::getFileAttributes(healthy.c_str());
+    XoFileSystem::useMultiThread(100);
+    // A path too long to tell its volume, so none is remembered and every stuck query
+    // reaches a worker.
+    const std::wstring unknownVolume(2000, L'x');
+    for (int i = 0; i < xo::filesystem::kMaxLeftBehind + 1; ++i) {
+        EXPECT_EQ(
+            xo::filesystem::routeQuery<int>(BlockedQuery{unknownVolume, &entered, &release}, -1),
+            -1);
+        EXPECT_EQ(xo::filesystem::leftBehindThreads(),
+                  std::min(i + 1, xo::filesystem::kMaxLeftBehind));
+    }
+    EXPECT_EQ(XoFileSystem::getFileAttributes(healthy.c_str()), kInvalidAttributes);
+    release = true;
+    const auto end = Clock::now() + kGenerous;
+    while (xo::filesystem::leftBehindThreads() != 0 && Clock::now() < end)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    EXPECT_EQ(xo::filesystem::leftBehindThreads(), 0);
+    XoFileSystem::m_nTimeout = 10000; // the kept worker is answering again
+    EXPECT_EQ(XoFileSystem::getFileAttributes(healthy.c_str()), healthyAnswer);
 }
 #endif
 
