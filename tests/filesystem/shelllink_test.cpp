@@ -49,7 +49,7 @@ void appendUtf16(Bytes& out, const std::wstring& text) {
     out.push_back(0);
 }
 
-struct LinkSpec {
+struct LinkLayout {
     bool network;       // the share path instead of the local base path
     bool unicode;       // the link information's Unicode offsets
     std::string base;   // local base path or share name (ANSI)
@@ -59,26 +59,26 @@ struct LinkSpec {
 };
 
 // A shortcut laid out as the published format describes it.
-Bytes makeLink(const LinkSpec& spec) {
+Bytes makeLink(const LinkLayout& layout) {
     Bytes out(0x4C, 0);
     put32(out, 0, 0x4C);
     const unsigned char clsid[16] = {0x01, 0x14, 0x02, 0, 0, 0, 0, 0, 0xC0, 0, 0, 0, 0, 0, 0, 0x46};
     std::memcpy(out.data() + 4, clsid, sizeof clsid);
-    put32(out, 20, (spec.idListSize != 0 ? 0x1u : 0u) | 0x2u | 0x80u);
-    if (spec.idListSize != 0) {
-        out.push_back(static_cast<unsigned char>(spec.idListSize & 0xFF));
-        out.push_back(static_cast<unsigned char>(spec.idListSize >> 8));
-        out.resize(out.size() + spec.idListSize, 0);
+    put32(out, 20, (layout.idListSize != 0 ? 0x1u : 0u) | 0x2u | 0x80u);
+    if (layout.idListSize != 0) {
+        out.push_back(static_cast<unsigned char>(layout.idListSize & 0xFF));
+        out.push_back(static_cast<unsigned char>(layout.idListSize >> 8));
+        out.resize(out.size() + layout.idListSize, 0);
     }
-    const std::uint32_t headerSize = spec.unicode ? 0x24 : 0x1C;
+    const std::uint32_t headerSize = layout.unicode ? 0x24 : 0x1C;
     Bytes info(headerSize, 0);
     put32(info, 4, headerSize);
-    put32(info, 8, spec.network ? 0x2 : 0x1);
-    if (spec.network) {
+    put32(info, 8, layout.network ? 0x2 : 0x1);
+    if (layout.network) {
         put32(info, 20, std::uint32_t(info.size()));
         Bytes link(0x14, 0);
         put32(link, 8, 0x14);
-        appendAnsi(link, spec.base);
+        appendAnsi(link, layout.base);
         put32(link, 0, std::uint32_t(link.size()));
         info.insert(info.end(), link.begin(), link.end());
     } else {
@@ -86,17 +86,17 @@ Bytes makeLink(const LinkSpec& spec) {
         append32(info, 0x10);
         info.resize(info.size() + 12, 0);
         put32(info, 16, std::uint32_t(info.size()));
-        appendAnsi(info, spec.base);
+        appendAnsi(info, layout.base);
     }
     put32(info, 24, std::uint32_t(info.size()));
-    appendAnsi(info, spec.suffix);
-    if (spec.unicode) {
-        if (!spec.network) {
+    appendAnsi(info, layout.suffix);
+    if (layout.unicode) {
+        if (!layout.network) {
             put32(info, 28, std::uint32_t(info.size()));
-            appendUtf16(info, spec.wbase);
+            appendUtf16(info, layout.wbase);
         }
         put32(info, 32, std::uint32_t(info.size()));
-        appendUtf16(info, std::wstring(spec.suffix.begin(), spec.suffix.end()));
+        appendUtf16(info, std::wstring(layout.suffix.begin(), layout.suffix.end()));
     }
     put32(info, 0, std::uint32_t(info.size()));
     out.insert(out.end(), info.begin(), info.end());
@@ -110,7 +110,7 @@ bool parse(const Bytes& bytes, std::wstring& target) {
 
 TEST(ShellLinkReader, TargetsOfWellFormedLinks) {
     const struct {
-        LinkSpec spec;
+        LinkLayout layout;
         const wchar_t* target;
     } cases[] = {
         {{false, false, "C:\\dir\\file.txt", L"", "", 0}, L"C:\\dir\\file.txt"},
@@ -124,7 +124,7 @@ TEST(ShellLinkReader, TargetsOfWellFormedLinks) {
     };
     for (const auto& c : cases) {
         std::wstring target = L"unset";
-        EXPECT_TRUE(parse(makeLink(c.spec), target)) << c.target;
+        EXPECT_TRUE(parse(makeLink(c.layout), target)) << c.target;
         EXPECT_EQ(target, c.target);
     }
 }
