@@ -8,6 +8,7 @@ if [[ "${1:-}" == "all" ]]; then
     packages+=(clang-format googletest libgtest-dev libbenchmark-dev libmimalloc-dev clang libclang-rt-dev
                g++-mingw-w64-x86-64-posix wine64 binutils pkg-config dpkg-dev doxygen
                xvfb x11-xserver-utils x11-utils libx11-6 libxrandr2
+               fuse3 libfuse3-dev
                vim-runtime) # vim-runtime: real texts in legacy encodings for xoconv's tests
 fi
 

@@ -64,6 +64,7 @@ void unmapFile(const FileView& view);
 // GetFileAttributesW: 0xFFFFFFFF when the path cannot be asked about.
 constexpr std::uint32_t kInvalidFileAttributes = 0xFFFFFFFFu;
 constexpr std::uint32_t kFileAttributeReadOnly = 0x1;
+constexpr std::uint32_t kFileAttributeHidden = 0x2;
 constexpr std::uint32_t kFileAttributeDirectory = 0x10;
 constexpr std::uint32_t kFileAttributeReparsePoint = 0x400;
 std::uint32_t fileAttributes(const wchar_t* path);

@@ -66,6 +66,13 @@ std::uint32_t missingError(const std::string& path) {
                                                                    : kErrorPathNotFound;
 }
 
+// A name starting with a dot is hidden by convention ("." and ".." are not names).
+bool isDotName(const std::string& path) {
+    const std::string::size_type slash = path.find_last_of('/');
+    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    return name.size() > 1 && name[0] == '.' && name != "..";
+}
+
 std::uint32_t openError(int error, const std::string& path) {
     return error == ENOENT ? missingError(path) : win32ErrorFromErrno(error);
 }
@@ -220,6 +227,8 @@ std::uint32_t fileAttributes(const wchar_t* path) {
         attributes |= kFileAttributeDirectory;
     if ((st.st_mode & kAnyWrite) == 0)
         attributes |= kFileAttributeReadOnly;
+    if (isDotName(narrow))
+        attributes |= kFileAttributeHidden;
     return attributes != 0 ? attributes : kFileAttributeNormal;
 }
 
