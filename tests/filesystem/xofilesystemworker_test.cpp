@@ -13,6 +13,7 @@
 
 #include "XoFileSystem.h"
 #include "filesystem/xoroutedquery.h"
+#include "sysinfo/xoplatforminfo.h"
 #include "xotestfiles.h"
 #include "xotestsync.h"
 
@@ -271,5 +272,47 @@ TEST_F(XoFileSystemWorker, LeftBehindThreadsAreBounded) {
     EXPECT_EQ(XoFileSystem::getFileAttributes(healthy.c_str()), healthyAnswer);
 }
 #endif
+
+} // namespace
+
+namespace {
+
+bool windowsXp(std::uint32_t* major, std::uint32_t* minor, std::uint32_t* build) {
+    *major = 5; // code 7: below Windows Vista, which cannot cancel a stuck call
+    *minor = 1;
+    *build = 2600;
+    return true;
+}
+
+// Below code 8 the worker is passed over: the query runs on the caller's thread even
+// while the worker is busy; from 8 on it waits behind the busy worker.
+TEST_F(XoFileSystemWorker, OlderWindowsRunsTheQueryDirectly) {
+    const std::wstring path = wide("file");
+    const unsigned long right = XoFileSystem::getFileAttributes(path.c_str());
+    XoFileSystem::useMultiThread(900);
+    const auto timed = [&] {
+        std::atomic<bool> open{false};
+        XoFileSystem::m_pThread->post([&open] {
+            while (!open)
+                std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        });
+        std::thread opener([&open] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1000));
+            open = true;
+        });
+        const auto start = Clock::now();
+        const unsigned long answer = XoFileSystem::getFileAttributes(path.c_str());
+        const auto took = Clock::now() - start;
+        opener.join();
+        return std::make_pair(answer, took);
+    };
+    const auto previous = xo::sysinfo::replaceVersionSourceForTests(windowsXp);
+    const auto [direct, directTook] = timed();
+    xo::sysinfo::replaceVersionSourceForTests(previous);
+    EXPECT_EQ(direct, right);
+    EXPECT_LT(directTook, std::chrono::milliseconds(700)) << "not behind the busy worker";
+    const auto routedTook = timed().second;
+    EXPECT_GE(routedTook, std::chrono::milliseconds(800)) << "behind the busy worker";
+}
 
 } // namespace
