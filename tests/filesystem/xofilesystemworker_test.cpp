@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -291,14 +292,15 @@ TEST_F(XoFileSystemWorker, OlderWindowsRunsTheQueryDirectly) {
     const unsigned long right = XoFileSystem::getFileAttributes(path.c_str());
     XoFileSystem::useMultiThread(900);
     const auto timed = [&] {
-        std::atomic<bool> open{false};
-        XoFileSystem::m_pThread->post([&open] {
-            while (!open)
+        // Shared with the busy task, which may still look at it after this returns.
+        const auto open = std::make_shared<std::atomic<bool>>(false);
+        XoFileSystem::m_pThread->post([open] {
+            while (!*open)
                 std::this_thread::sleep_for(std::chrono::milliseconds(2));
         });
-        std::thread opener([&open] {
+        std::thread opener([open] {
             std::this_thread::sleep_for(std::chrono::milliseconds(1000));
-            open = true;
+            *open = true;
         });
         const auto start = Clock::now();
         const unsigned long answer = XoFileSystem::getFileAttributes(path.c_str());
