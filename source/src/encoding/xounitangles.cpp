@@ -8,9 +8,9 @@ namespace xo::units {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
-// Beyond this many radians (about ten thousand turns) the trip through degrees or grads
+// Beyond this many radians (about 2600 turns) the trip through degrees or grads
 // and back can move a value by more than half a step of the finest precision.
-constexpr double kLargestAngle = 65536;
+constexpr double kLargestAngle = 16384;
 
 // How a degree splits at a precision: into 1, 60 or 3600 parts, of which the last has
 // some decimals.

@@ -10,7 +10,9 @@
 namespace xo::units {
 namespace {
 
-constexpr int kMaxText = 255;
+// Whatever the writers write fits: a double of 309 digits with a sign, a point and 8
+// decimals.
+constexpr int kMaxText = kTextCapacity;
 constexpr double kPi = 3.14159265358979323846;
 
 struct Cursor {

@@ -25,9 +25,9 @@ struct Text {
 };
 
 // |magnitude| rounded to decimals places as xoDToStr rounds, counted in steps of
-// 10^-decimals; false when the count needs more than 18 digits.
+// 10^-decimals; false beyond 2^50 steps.
 bool decimalSteps(double magnitude, int decimals, std::int64_t* steps);
-// magnitude rounded to whole 1/2^bits, ties to even; false beyond 2^62 steps.
+// |magnitude| rounded to whole 1/2^bits, ties to even; false beyond 2^50 steps.
 bool binarySteps(double magnitude, int bits, std::int64_t* steps);
 // steps / 10^decimals with its decimals, zero suppression applied.
 void putDecimal(Text& text, std::int64_t steps, int decimals, int suppression);

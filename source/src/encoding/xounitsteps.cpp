@@ -8,6 +8,14 @@
 #include "encoding/xounits.h"
 
 namespace xo::units {
+namespace {
+
+// Up to here the parts of a split value (feet, whole inches, degrees) are exact in a
+// double, and an ulp of the value is at most a quarter step: what is written reads back
+// and writes the same text again.
+constexpr std::int64_t kMaxSteps = std::int64_t(1) << 50;
+
+} // namespace
 
 void Text::put(const char* s) {
     while (*s != 0)
@@ -48,13 +56,15 @@ bool decimalSteps(double magnitude, int decimals, std::int64_t* steps) {
             return false;
         count = count * 10 + (*p - '0');
     }
+    if (count > kMaxSteps)
+        return false;
     *steps = count;
     return true;
 }
 
 bool binarySteps(double magnitude, int bits, std::int64_t* steps) {
     const double scaled = std::ldexp(std::fabs(magnitude), bits);
-    if (!(scaled < 0x1p62))
+    if (!(scaled <= double(kMaxSteps)))
         return false;
     const double whole = std::floor(scaled);
     const double rest = scaled - whole; // exact: both lie on the same binade's grid
