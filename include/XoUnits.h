@@ -45,7 +45,7 @@ enum XoUnitResult {
     XoUnitsOk = 0,           ///< the text was read
     XoUnitsBadArgument = -1, ///< an unknown kind or an invalid format or precision
     XoUnitsNotFinite = -2,   ///< the value is an infinity or a NaN
-    XoUnitsTooLarge = -3,    ///< the value has too many steps to be split into parts
+    XoUnitsTooLarge = -3,    ///< too many steps to split, or rounded beyond the doubles
     XoUnitsBadText = -4,     ///< the text is not a value of that kind
 };
 

@@ -377,6 +377,14 @@ TEST(Units, SplitsValuesUpToTwoToTheFifty) {
         EXPECT_EQ(narrow(write(back, c.kind, c.format)), narrow(text));
         EXPECT_EQ(narrow(write(c.largest * 1.001, c.kind, c.format)), "<-3>");
     }
+    // Found by fuzz_units: 2E+308 would not read back.
+    EXPECT_EQ(narrow(write(1.6e308, XoUnitLength, length(XoLengthScientific, 0))), "<-3>");
+    EXPECT_EQ(narrow(write(-1.6e308, XoUnitLength, length(XoLengthScientific, 0))), "<-3>");
+    EXPECT_EQ(narrow(write(1.6e308, XoUnitLength, length(XoLengthScientific, 1))), "1.6E+308");
+    EXPECT_EQ(narrow(write(1.7976931348623157e308, XoUnitLength, length(XoLengthScientific, 4))),
+              "<-3>");
+    EXPECT_EQ(narrow(write(1.7976931348623157e308, XoUnitLength, length(XoLengthScientific, 8))),
+              "1.79769313E+308");
     // Found by fuzz_units: 83332500000006666 feet is not a double.
     EXPECT_EQ(narrow(write(999990000000080000.0, XoUnitLength, length(XoLengthEngineering, 0))),
               "<-3>");

@@ -112,7 +112,15 @@ int writeScientific(double value, int precision, Text& text) {
         return XoUnitsBadArgument;
     if (!std::isfinite(value))
         return XoUnitsNotFinite;
+    const int from = text.length;
     putPrintf(text, value, 'E', precision);
+    // Near the largest double a short mantissa rounds beyond it ("2E+308"), which no
+    // reader can take back.
+    text.units[text.length] = 0;
+    if (std::fabs(value) > 1e308 && !std::isfinite(xoStrToD(text.units + from, nullptr, nullptr))) {
+        text.length = from;
+        return XoUnitsTooLarge;
+    }
     return XoUnitsOk;
 }
 
