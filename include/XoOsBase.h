@@ -37,5 +37,6 @@
 #include "XoStreamBuf.h"
 #include "XoString.h"
 #include "XoTracer.h"
+#include "XoUnits.h"
 #include "XoVector.h"
 #include "XoWildcard.h"
