@@ -249,6 +249,9 @@ std::vector<std::string> textsToRead() {
         "1.0000000000000001110223024625156540423631668090820312500001",
         "9007199254740993",
         "9007199254740992.5",
+        "0x8P+-0", // an exponent with two signs is no exponent
+        "1e+-5",
+        "0x8p-",
     };
     std::string longMantissa = "0.";
     std::mt19937 random(11);

@@ -166,6 +166,27 @@ long magnitude(const char* begin, const char* end, bool hex) {
     return (whole > 0 ? whole * digitPower : -(leadingZeros + 1) * digitPower) + exponent;
 }
 
+// The exponent mark in [begin, end) when what follows it is not an optional sign and
+// digits, so that the number ends before the mark; null when the exponent is sound.
+const char* badExponent(const char* begin, const char* end, bool hex) {
+    for (const char* p = begin; p != end; ++p) {
+        const bool mark = hex ? (*p == 'p' || *p == 'P') : (*p == 'e' || *p == 'E');
+        if (!mark)
+            continue;
+        const char* q = p + 1;
+        if (q != end && (*q == '+' || *q == '-'))
+            ++q;
+        if (q == end || *q < '0' || *q > '9')
+            return p;
+        for (; q != end; ++q) {
+            if (*q < '0' || *q > '9')
+                return p;
+        }
+        return nullptr;
+    }
+    return nullptr;
+}
+
 template <class C> double read(const C* text, const C** end, int* range) {
     if (range != nullptr)
         *range = 0;
@@ -199,8 +220,11 @@ template <class C> double read(const C* text, const C** end, int* range) {
             digits = narrow;
         }
         double parsed = 0;
-        const std::from_chars_result r = std::from_chars(
-            digits, digits + n, parsed, hex ? std::chars_format::hex : std::chars_format::general);
+        const std::chars_format kind = hex ? std::chars_format::hex : std::chars_format::general;
+        std::from_chars_result r = std::from_chars(digits, digits + n, parsed, kind);
+        // libstdc++ takes "P+-0" for a binary exponent; strtod ends the number before it.
+        if (const char* mark = badExponent(digits, r.ptr, hex))
+            r = std::from_chars(digits, mark, parsed, kind);
         const bool numeric =
             r.ptr != digits && (digits[0] == '.' || (digits[0] >= '0' && digits[0] <= '9') ||
                                 (hex && ((digits[0] >= 'a' && digits[0] <= 'f') ||
