@@ -14,6 +14,15 @@ for header in include/*.h; do
     fi
 done
 
+# XoOsBase.h is the one header that brings in everything the library exports.
+for header in include/*.h; do
+    name=${header#include/}
+    if [[ $name != XoOsBase.h ]] && ! grep -q "#include \"$name\"" include/XoOsBase.h; then
+        echo "check-apidocs: include/XoOsBase.h does not include $name" >&2
+        status=1
+    fi
+done
+
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 # WARN_AS_ERROR = FAIL_ON_WARNINGS makes doxygen exit non-zero after a full run; a
