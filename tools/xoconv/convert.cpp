@@ -66,6 +66,16 @@ std::size_t markOf(const std::string& bytes, Encoding& encoding) {
 }
 
 // UTF-32 into UTF-16 units, a character beyond U+FFFF as a surrogate pair.
+// A code point as UTF-16: itself, or its surrogate pair beyond U+FFFF.
+void appendCodePoint(std::wstring& text, unsigned long code) {
+    if (code >= 0x10000) {
+        text += wchar_t(0xD800 + ((code - 0x10000) >> 10));
+        text += wchar_t(0xDC00 + (code & 0x3FF));
+    } else {
+        text += wchar_t(code);
+    }
+}
+
 bool decodeUtf32(const std::string& bytes, std::size_t start, bool bigEndian, std::wstring& text,
                  std::string& error) {
     const std::size_t end = start + (bytes.size() - start) / 4 * 4;
@@ -79,12 +89,7 @@ bool decodeUtf32(const std::string& bytes, std::size_t start, bool bigEndian, st
             error = offsetText(static_cast<long long>(at)) + ": not a UTF-32 character";
             return false;
         }
-        if (code >= 0x10000) {
-            text += wchar_t(0xD800 + ((code - 0x10000) >> 10));
-            text += wchar_t(0xDC00 + (code & 0x3FF));
-        } else {
-            text += wchar_t(code);
-        }
+        appendCodePoint(text, code);
     }
     if (end < bytes.size()) {
         error = offsetText(static_cast<long long>(end)) + ": a partial character at the end of "
@@ -123,12 +128,7 @@ bool decodeUtf8(const std::string& bytes, std::size_t start, std::wstring& text,
             error = offsetText(static_cast<long long>(at)) + ": not UTF-8";
             return false;
         }
-        if (code >= 0x10000) {
-            text += wchar_t(0xD800 + ((code - 0x10000) >> 10));
-            text += wchar_t(0xDC00 + (code & 0x3FF));
-        } else {
-            text += wchar_t(code);
-        }
+        appendCodePoint(text, code);
         at += length;
     }
     return true;
