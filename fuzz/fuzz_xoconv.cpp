@@ -1,13 +1,14 @@
 // xoconv's read-convert-write path on random bytes: random source and target encodings
 // (the source also left to the byte-order mark and UTF-8 validity), escapes read or
-// not, each way of writing what the target lacks. Nothing may crash, and text that
-// converted to a Unicode form without loss reads back from it as the same text.
+// not, each way of writing what the target lacks, CR LF folded or not. Nothing may
+// crash; the text streamed in pieces of a few bytes (so that characters, escapes and
+// line ends fall across the seams) converts exactly as in one piece; and text that
+// converted to a Unicode form without loss reads back from it as the text read.
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
-#include <vector>
 
 #include "convert.h"
 #include "options.h"
@@ -19,25 +20,49 @@ const char* const kEncodings[] = {"utf-8",  "utf-16le", "utf-16be", "utf-32le", 
                                   "950",    "1250",     "1251",     "874",      "437"};
 constexpr unsigned kCount = sizeof kEncodings / sizeof kEncodings[0];
 
-bool read(const std::vector<std::uint8_t>& bytes, const xoconv::Options& options,
-          std::wstring& text) {
-    if (bytes.empty())
-        return true; // fmemopen refuses an empty buffer; an empty file reads as no text
-    std::FILE* in = fmemopen(const_cast<std::uint8_t*>(bytes.data()), bytes.size(), "rb");
-    if (!in)
-        return false;
+class BytesSource : public xoconv::Source {
+public:
+    explicit BytesSource(const std::string& bytes) : bytes_(bytes) {}
+    bool read(unsigned char* into, std::size_t room, std::size_t& got, std::string&) override {
+        got = std::min(room, bytes_.size() - at_);
+        std::memcpy(into, bytes_.data() + at_, got);
+        at_ += got;
+        return true;
+    }
+    bool rewind(std::string&) override {
+        at_ = 0;
+        return true;
+    }
+    long long size() const override { return static_cast<long long>(bytes_.size()); }
+
+private:
+    const std::string& bytes_;
+    std::size_t at_ = 0;
+};
+
+class BytesSink : public xoconv::Sink {
+public:
+    bool write(const char* bytes, std::size_t size, std::string&) override {
+        text.append(bytes, size);
+        return true;
+    }
+    std::string text;
+};
+
+xoconv::Conversion convert(const std::string& input, const xoconv::Options& options,
+                           std::size_t piece, std::string& output) {
+    BytesSource in(input);
+    BytesSink out;
     xoconv::Progress progress;
-    xoconv::Encoding used;
-    std::string error;
-    const bool ok = xoconv::readText(in, options, progress, text, used, error);
-    std::fclose(in);
-    return ok;
+    const xoconv::Conversion conversion = xoconv::convert(in, out, options, progress, piece);
+    output = out.text;
+    return conversion;
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size < 2)
+    if (size < 3)
         return 0;
     xoconv::Options options;
     xoconv::parseEncoding(kEncodings[data[0] % kCount], options.from);
@@ -46,32 +71,39 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         options.from = xoconv::Encoding{}; // by the mark, else UTF-8 when valid, else ansi
     options.decodeEscapes = (data[1] & 2) != 0;
     options.lacking = static_cast<xoconv::Lacking>((data[1] >> 2) & 3);
-    const std::vector<std::uint8_t> input(data + 2, data + size);
-    std::wstring text;
-    if (!read(input, options, text))
-        return 0;
+    options.lineEnds = static_cast<xoconv::LineEnds>((data[1] >> 4) % 3);
+    const std::size_t piece = 1 + data[2] % 9;
+    const std::string input(reinterpret_cast<const char*>(data + 3), size - 3);
 
-    char* buffer = nullptr;
-    std::size_t length = 0;
-    std::FILE* out = open_memstream(&buffer, &length);
-    if (!out)
-        return 0;
-    std::size_t lacking = 0;
-    std::string error;
-    const xoconv::Written written = xoconv::writeText(out, text, options, lacking, error);
-    std::fclose(out);
-    const std::vector<std::uint8_t> output(buffer, buffer + length);
-    std::free(buffer);
+    std::string whole, pieces;
+    const xoconv::Conversion once = convert(input, options, xoconv::kPieceSize, whole);
+    const xoconv::Conversion streamed = convert(input, options, piece, pieces);
+    if (once.outcome != streamed.outcome || once.error != streamed.error ||
+        once.lacking != streamed.lacking ||
+        (once.outcome == xoconv::Conversion::Converted && whole != pieces))
+        std::abort();
 
-    // A leading U+FEFF written without a mark reads back as one: not a loss to judge.
+    // The text as read, in UTF-16LE, against what the output reads back as.
+    xoconv::Options asRead = options;
+    asRead.lacking = xoconv::Lacking::Fail;
+    asRead.bom = 0;
+    xoconv::parseEncoding("utf-16le", asRead.to);
+    std::string read;
     const bool unicode = options.to.kind != xoconv::Encoding::Ansi8;
-    if (written == xoconv::Written::Ok && unicode && lacking == 0 &&
-        (text.empty() || text[0] != 0xFEFF)) {
-        xoconv::Options back;
-        back.from = options.to;
-        std::wstring again;
-        if (!read(output, back, again) || again != text)
-            std::abort();
-    }
+    if (once.outcome != xoconv::Conversion::Converted || !unicode || once.lacking != 0 ||
+        convert(input, asRead, xoconv::kPieceSize, read).outcome != xoconv::Conversion::Converted)
+        return 0;
+    // A leading U+FEFF written without a mark reads back as one: not a loss to judge.
+    if (read.compare(0, 2, "\xFF\xFE") == 0)
+        return 0;
+    xoconv::Options back;
+    back.from = options.to;
+    back.bom = 0;
+    back.decodeEscapes = false;
+    xoconv::parseEncoding("utf-16le", back.to);
+    std::string again;
+    if (convert(whole, back, xoconv::kPieceSize, again).outcome != xoconv::Conversion::Converted ||
+        again != read)
+        std::abort();
     return 0;
 }

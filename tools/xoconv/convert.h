@@ -1,7 +1,9 @@
-// Reading and writing text the way xoconv does, through the library's classes.
+// Converting one text the way xoconv does: from a byte source to a byte sink, a piece
+// at a time, so that memory stays bounded whatever the size of the text.
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdio>
 #include <string>
 
@@ -24,23 +26,83 @@ private:
     bool begun_ = false;
 };
 
-// Reads all of in as UTF-16 units. `encoding` receives what was used (the mark, or
-// --from). On failure returns false with a message naming the byte offset.
-bool readText(std::FILE* in, const Options& options, Progress& progress, std::wstring& text,
-              Encoding& encoding, std::string& error);
+// Where the bytes of a text come from. A source can start over, so that a text can be
+// checked before it is converted.
+class Source {
+public:
+    virtual ~Source() = default;
+    // Up to room bytes into `into`; got 0 at the end. False when reading failed, error
+    // saying why.
+    virtual bool read(unsigned char* into, std::size_t room, std::size_t& got,
+                      std::string& error) = 0;
+    virtual bool rewind(std::string& error) = 0;
+    // The size in bytes, or -1 when it cannot be told.
+    virtual long long size() const = 0;
+};
 
-enum class Written { Ok, Lacking, Failed };
+// Where converted bytes go.
+class Sink {
+public:
+    virtual ~Sink() = default;
+    // False when writing failed, error saying why.
+    virtual bool write(const char* bytes, std::size_t size, std::string& error) = 0;
+};
 
-// Writes text in options.to; lacking counts the characters the target lacks. With
-// Lacking::Fail and any such character nothing is written and the result is
-// Written::Lacking, error naming the first.
-Written writeText(std::FILE* out, const std::wstring& text, const Options& options,
-                  std::size_t& lacking, std::string& error);
+// A C stream as a source or a sink.
+class StdioSource : public Source {
+public:
+    explicit StdioSource(std::FILE* stream) : stream_(stream) {}
+    bool read(unsigned char* into, std::size_t room, std::size_t& got, std::string& error) override;
+    bool rewind(std::string& error) override;
+    long long size() const override;
+
+private:
+    std::FILE* stream_;
+};
+
+class StdioSink : public Sink {
+public:
+    explicit StdioSink(std::FILE* stream) : stream_(stream) {}
+    bool write(const char* bytes, std::size_t size, std::string& error) override;
+
+private:
+    std::FILE* stream_;
+};
+
+// Takes everything and keeps nothing: for a conversion that only checks.
+class NoSink : public Sink {
+public:
+    bool write(const char*, std::size_t, std::string&) override { return true; }
+};
+
+struct Conversion {
+    enum Outcome {
+        Converted,
+        NotText,     // the input is not text of its encoding
+        Lacked,      // with Lacking::Fail, the target lacks a character
+        ReadFailed,  // the system could not read the input
+        WriteFailed, // ... or write the output
+    } outcome = Converted;
+    std::string error;       // what went wrong, for a message
+    std::size_t lacking = 0; // characters the target lacks
+    Encoding used;           // how the input was read (name: and why so)
+};
+
+// The bytes read at a time. Tests and the fuzzer give small pieces, so that characters,
+// escapes and line ends fall across the seams.
+constexpr std::size_t kPieceSize = 64 * 1024;
+
+// Converts the text of in into out as options say (from, to, escapes, lacking, line
+// ends, bom). An input whose encoding is not given and has no byte-order mark is read
+// once more first, to tell whether it is UTF-8. With Lacking::Fail, writing stops at the
+// first character the target lacks; what was written before is the caller's to undo.
+Conversion convert(Source& in, Sink& out, const Options& options, Progress& progress,
+                   std::size_t piece = kPieceSize);
 
 // The --detect report of one input: its byte-order mark, else whether it is UTF-8,
 // else the 8-bit code pages that read it without error, the most plausible first
 // (with the share of its characters outside ASCII that are at home in each). chosen,
 // when given, receives the first answer.
-std::string detect(std::FILE* in, const Options& options, Encoding* chosen = nullptr);
+std::string detect(Source& in, const Options& options, Encoding* chosen = nullptr);
 
 } // namespace xoconv

@@ -356,7 +356,7 @@ int createExclusive(const fs::path& path, bool replacing) {
     (void)replacing; // a replaced file's attributes are the rename's business on Windows
     int fd = -1;
     errno = ::_wsopen_s(&fd, path.wstring().c_str(),
-                        _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT, _SH_DENYRW,
+                        _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT, _SH_DENYRD,
                         _S_IREAD | _S_IWRITE);
     return fd;
 #else
@@ -501,12 +501,26 @@ PendingOutput::PendingOutput(fs::path target) : target_(std::move(target)) {
             ::close(fd);
         }
 #endif
+        // Written through the library once it has opened the very file made here.
+        if (stream_ && (library_ = FileStreamSink::open(candidate, stream_))) {
+            std::fclose(stream_);
+            stream_ = nullptr;
+        }
         return;
     }
     error_ = target_.string() + ": no free name for a temporary file beside it";
 }
 
+Sink& PendingOutput::sink() {
+    if (library_)
+        return *library_;
+    if (!stdio_)
+        stdio_ = std::make_unique<StdioSink>(stream_);
+    return *stdio_;
+}
+
 PendingOutput::~PendingOutput() {
+    library_.reset();
     if (stream_)
         std::fclose(stream_);
     if (!temporary_.empty()) {
@@ -517,11 +531,15 @@ PendingOutput::~PendingOutput() {
 }
 
 bool PendingOutput::commit(std::string& error) {
-    const bool flushed = stream_ && std::fflush(stream_) == 0 && !std::ferror(stream_);
-    const bool closed = stream_ && std::fclose(stream_) == 0;
-    stream_ = nullptr;
-    if (!flushed || !closed) {
-        error = systemError(temporary_, errno);
+    if (library_) {
+        std::string reason;
+        const bool closed = library_->close(reason);
+        library_.reset();
+        if (!closed) {
+            error = shown(temporary_) + ": " + reason;
+            return false;
+        }
+    } else if (!committedStream(error)) {
         return false;
     }
     std::error_code failure;
@@ -533,6 +551,17 @@ bool PendingOutput::commit(std::string& error) {
     }
     disarmInterruptCleanup();
     temporary_.clear();
+    return true;
+}
+
+bool PendingOutput::committedStream(std::string& error) {
+    const bool flushed = stream_ && std::fflush(stream_) == 0 && !std::ferror(stream_);
+    const bool closed = stream_ && std::fclose(stream_) == 0;
+    stream_ = nullptr;
+    if (!flushed || !closed) {
+        error = systemError(temporary_, errno);
+        return false;
+    }
     return true;
 }
 

@@ -4,8 +4,12 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include "convert.h"
+#include "streams.h"
 
 namespace xoconv {
 
@@ -63,15 +67,22 @@ public:
     PendingOutput(const PendingOutput&) = delete;
     PendingOutput& operator=(const PendingOutput&) = delete;
 
-    // Null when the temporary file could not be made; error() says why.
-    std::FILE* stream() const { return stream_; }
+    // False when the temporary file could not be made; error() says why.
+    bool ready() const { return stream_ || library_; }
     const std::string& error() const { return error_; }
+    // Where the output goes: the library's output stream over the temporary file, or
+    // the C stream when the library cannot open it.
+    Sink& sink();
     bool commit(std::string& error);
 
 private:
+    bool committedStream(std::string& error);
+
     std::filesystem::path target_;
     std::filesystem::path temporary_;
     std::FILE* stream_ = nullptr;
+    std::unique_ptr<FileStreamSink> library_;
+    std::unique_ptr<StdioSink> stdio_;
     std::string error_;
 };
 

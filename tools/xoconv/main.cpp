@@ -17,6 +17,7 @@
 #include "convert.h"
 #include "files.h"
 #include "options.h"
+#include "streams.h"
 
 namespace {
 
@@ -40,7 +41,51 @@ fs::path targetOf(const fs::path& input, const Options& options) {
     return {};
 }
 
+// The input as a source: the library's mapped stream for a file it can open, else the C
+// stream (standard input is first copied into a temporary file, so that it can be read
+// twice).
+struct Input {
+    std::FILE* file = nullptr;
+    std::unique_ptr<Source> source;
+    ~Input() { close(); }
+    void close() {
+        source.reset();
+        if (file)
+            std::fclose(file);
+        file = nullptr;
+    }
+};
+
+bool openInput(const fs::path& input, Input& opened) {
+    if (input != "-") {
+        opened.source = FileStreamSource::open(input);
+        if (opened.source)
+            return true;
+    }
+    opened.file = input == "-" ? bufferedStandardInput() : openFile(input, "rb");
+    if (!opened.file)
+        return false;
+    opened.source = std::make_unique<StdioSource>(opened.file);
+    return true;
+}
+
+Status statusOf(const Conversion& conversion) {
+    switch (conversion.outcome) {
+    case Conversion::Converted:
+        return kOk;
+    case Conversion::NotText:
+    case Conversion::Lacked:
+        return kUnconvertible;
+    default:
+        return kInputOutput;
+    }
+}
+
 // Converts one input; the output goes to standard output, or into place on success.
+// Nothing is written when the conversion fails: a replaced file's temporary is
+// removed, standard output in a file is cut back, and an output that can be neither
+// (a pipe, a terminal, a device) gets the text only after a first reading found it
+// convertible.
 Status convertOne(const fs::path& input, const Options& options) {
     const bool standardInput = input == "-";
     const std::string name = standardInput ? "(standard input)" : shown(input);
@@ -49,14 +94,13 @@ Status convertOne(const fs::path& input, const Options& options) {
         complain(name, std::strerror(EISDIR)); // POSIX opens a folder for reading
         return kInputOutput;
     }
-    std::FILE* in = standardInput ? bufferedStandardInput() : openFile(input, "rb");
-    if (!in) {
+    Input in;
+    if (!openInput(input, in)) {
         complain(name, std::strerror(errno));
         return kInputOutput;
     }
     if (options.detect) {
-        std::printf("%s: %s\n", name.c_str(), detect(in, options).c_str());
-        std::fclose(in);
+        std::printf("%s: %s\n", name.c_str(), detect(*in.source, options).c_str());
         return kOk;
     }
     // The output is made ready before the input is read, so that a failure to make it
@@ -65,68 +109,59 @@ Status convertOne(const fs::path& input, const Options& options) {
     const fs::path target = targetOf(input, options);
     OutputPlace place;
     if (!target.empty() && !placeOutput(target, place, error)) {
-        std::fclose(in);
         std::fprintf(stderr, "xoconv: %s\n", error.c_str());
         return kInputOutput;
     }
     std::unique_ptr<PendingOutput> pending;
-    std::FILE* out = stdout;
+    std::FILE* direct = nullptr;
     std::string where = "(standard output)";
     if (target.empty()) {
         binaryStandardOutput();
     } else if (place.direct) {
         // A device or a FIFO: written into as it is, nothing to replace.
         where = shown(place.path);
-        out = openDirect(place.path);
-        if (!out) {
-            std::fclose(in);
+        direct = openDirect(place.path);
+        if (!direct) {
             complain(where, std::strerror(errno));
             return kInputOutput;
         }
     } else {
         where = shown(place.path);
         pending = std::make_unique<PendingOutput>(place.path);
-        out = pending->stream();
-        if (!out) {
-            std::fclose(in);
+        if (!pending->ready()) {
             std::fprintf(stderr, "xoconv: %s\n", pending->error().c_str());
             return kInputOutput;
         }
     }
-    const auto closeDirect = [&]() {
-        const bool closed = out == stdout || pending || std::fclose(out) == 0;
-        out = stdout;
-        return closed;
-    };
+    const StandardOutputMark mark;
+    const bool undoable = pending || (target.empty() && mark.canTakeBack());
+    StdioSink stdio(direct ? direct : stdout);
+    Sink& out = pending ? pending->sink() : stdio;
 
     Progress progress;
     progress.name = name;
     progress.show = !options.quiet && standardErrorIsTerminal();
-    std::wstring text;
-    Encoding used;
-    const bool read = readText(in, options, progress, text, used, error);
-    const bool readFailed = std::ferror(in) != 0;
-    std::fclose(in);
+    Conversion conversion;
+    if (!undoable) {
+        NoSink nowhere;
+        conversion = convert(*in.source, nowhere, options, progress);
+        if (conversion.outcome == Conversion::Converted && !in.source->rewind(error))
+            conversion = Conversion{Conversion::ReadFailed, error, 0, conversion.used};
+    }
+    if (conversion.outcome == Conversion::Converted)
+        conversion = convert(*in.source, out, options, progress);
+    in.close(); // before the output may replace it
     progress.finish();
-    if (options.verbose)
-        complain(name, "read as " + used.name);
-    if (!read) {
-        closeDirect();
-        complain(name, error);
-        return readFailed ? kInputOutput : kUnconvertible;
-    }
-
-    std::size_t lacking = 0;
-    const Written written = writeText(out, text, options, lacking, error);
-    if (written == Written::Lacking) {
-        closeDirect();
-        complain(name, error);
-        return kUnconvertible;
-    }
-    if (written != Written::Ok) {
-        closeDirect();
-        complain(where, error);
-        return kInputOutput;
+    if (options.verbose && !conversion.used.name.empty())
+        complain(name, "read as " + conversion.used.name);
+    const Status status = statusOf(conversion);
+    if (status != kOk) {
+        if (target.empty())
+            mark.takeBack();
+        if (direct)
+            std::fclose(direct);
+        complain(conversion.outcome == Conversion::WriteFailed ? where : name, conversion.error);
+        return status;
     }
     if (pending) {
         if (!pending->commit(error)) {
@@ -134,17 +169,19 @@ Status convertOne(const fs::path& input, const Options& options) {
             return kInputOutput;
         }
     } else {
-        const bool flushed = std::fflush(out) == 0;
+        const bool flushed = std::fflush(direct ? direct : stdout) == 0;
         const int flushError = errno;
-        if (!closeDirect() || !flushed) {
+        const bool closed = !direct || std::fclose(direct) == 0;
+        if (!flushed || !closed) {
             complain(where, std::strerror(flushed ? errno : flushError));
             return kInputOutput;
         }
     }
-    if (lacking > 0 && !options.quiet)
-        complain(name, std::to_string(lacking) + " character(s) that " + describe(options.to) +
-                           (options.lacking == Lacking::Drop ? " lacks left out"
-                                                             : " lacks written as '?'"));
+    if (conversion.lacking > 0 && !options.quiet)
+        complain(
+            name,
+            std::to_string(conversion.lacking) + " character(s) that " + describe(options.to) +
+                (options.lacking == Lacking::Drop ? " lacks left out" : " lacks written as '?'"));
     return kOk;
 }
 

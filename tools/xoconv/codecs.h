@@ -1,0 +1,147 @@
+// The encodings xoconv reads and writes, a piece at a time: a decoder turns bytes into
+// UTF-16 units (one a wchar_t, as the library holds them) and an encoder turns units
+// into bytes. A piece may end in the middle of a character; the decoder then leaves the
+// incomplete character for the next piece, so the text can stream through in bounded
+// memory.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "XoCharMapper.h"
+#include "XoVector.h"
+#include "options.h"
+
+namespace xoconv {
+
+// What a code page gives for each code, asked of the library once per code and kept:
+// the library resolves the page anew for every character it converts, which cost more
+// than everything else the tool does.
+class PageCache {
+public:
+    explicit PageCache(code_page_id id);
+    code_page_id id() const { return id_; }
+    bool lead(unsigned char byte) const { return lead_[byte]; }
+
+    // The unit of a code, or 0 when the page has none for it.
+    wchar_t toUnicode(unsigned code) {
+        const std::uint32_t slot = toUnicode_[code & 0xFFFF];
+        return slot != 0 ? wchar_t(slot & 0xFFFF) : askToUnicode(code);
+    }
+
+    // The bytes of a unit as (length << 16) | second byte << 8 | first byte, or 0 when
+    // the page lacks it. A code that does not read back as the same unit counts as
+    // lacking: Windows itself writes U+F8F0-F8F3 as cp932 A0, FD, FE, FF and then
+    // refuses those bytes in a strict reading, and the tool never writes what it could
+    // not read.
+    std::uint32_t bytesOf(wchar_t unit) {
+        const std::uint32_t slot = fromUnicode_[static_cast<unsigned>(unit) & 0xFFFF];
+        return slot > kLacks ? slot : slot == kLacks ? 0 : askFromUnicode(unit);
+    }
+
+private:
+    static constexpr std::uint32_t kLacks = 1; // in fromUnicode_; 0 is "not asked yet"
+
+    wchar_t askToUnicode(unsigned code);
+    std::uint32_t askFromUnicode(wchar_t unit);
+
+    code_page_id id_;
+    bool lead_[256] = {};
+    // 0: not asked yet; else 0x10000 | the unit, 1 when there is none.
+    std::vector<std::uint32_t> toUnicode_ = std::vector<std::uint32_t>(0x10000, 0);
+    std::vector<std::uint32_t> fromUnicode_ = std::vector<std::uint32_t>(0x10000, 0);
+};
+
+class Decoder {
+public:
+    // kind is not Encoding::Auto. escapes: CIF and MIF escapes in 8-bit text are decoded.
+    Decoder(const Encoding& encoding, bool escapes);
+
+    // The most units `size` bytes can give, for the caller's buffer.
+    static std::size_t mostUnits(std::size_t size) { return size + 2; }
+
+    // Decodes bytes into units at out (room for mostUnits(size)), and returns how many it
+    // wrote; consumed receives the bytes used. Unless final, an incomplete character at
+    // the end is left unconsumed. Returns false at bytes that are no character of the
+    // encoding (bad: their offset); what came before is still decoded.
+    bool decode(const unsigned char* bytes, std::size_t size, bool final, wchar_t* out,
+                std::size_t& units, std::size_t& consumed, std::size_t& bad);
+    // What was wrong with the bytes at bad, after decode returned false.
+    const std::string& problem() const { return problem_; }
+
+private:
+    bool decodeEightBit(const unsigned char* bytes, std::size_t size, bool final, wchar_t* out,
+                        std::size_t& units, std::size_t& consumed, std::size_t& bad);
+    bool decodeUtf8(const unsigned char* bytes, std::size_t size, bool final, wchar_t* out,
+                    std::size_t& units, std::size_t& consumed, std::size_t& bad);
+    std::size_t decodeEscape(const unsigned char* bytes, std::size_t size, wchar_t* out);
+
+    Encoding::Kind kind_;
+    bool escapes_;
+    std::string name_; // for messages
+    std::string problem_;
+    std::unique_ptr<PageCache> page_; // when 8-bit
+    XoVector<wchar_t> converted_;
+};
+
+class Encoder {
+public:
+    Encoder(const Encoding& encoding, Lacking lacking);
+
+    // Encodes units and appends the bytes. A character the target lacks counts in
+    // lacking (firstLacking: its index in units, for the first one) and is written as
+    // the lacking rule says. A surrogate pair is one character.
+    void encode(const wchar_t* units, std::size_t count, std::string& bytes, std::size_t& lacking,
+                std::size_t& firstLacking);
+
+private:
+    void encodeEightBit(const wchar_t* units, std::size_t count, std::string& bytes,
+                        std::size_t& lacking, std::size_t& firstLacking);
+    void encodeEscaped(const wchar_t* units, std::size_t count, std::string& bytes);
+
+    Encoding::Kind kind_;
+    Lacking lacking_;
+    std::unique_ptr<PageCache> page_; // when 8-bit
+    XoVector<char> converted_;
+};
+
+// How many units at the end of a piece must wait for the next: the first half of a
+// surrogate pair, a carriage return that a line feed may follow, and a backslash that
+// an escape may follow when escapes are written.
+std::size_t unitsToHold(const wchar_t* units, std::size_t count, bool lineEnds, bool escapes);
+
+// Units with each line end made a line feed, or a carriage return and a line feed.
+void changeLineEnds(const wchar_t* units, std::size_t count, LineEnds lineEnds,
+                    std::wstring& result);
+
+// The code point of a surrogate pair at units[i], or 0 when there is none.
+unsigned long pairAt(const wchar_t* units, std::size_t count, std::size_t i);
+
+// Whether bytes are UTF-8 as a whole (overlong forms, encoded surrogates and code
+// points past U+10FFFF are not), fed a piece at a time.
+class Utf8Check {
+public:
+    // Unless final, an incomplete character at the end waits for the next piece: call
+    // again with it in front. Returns the bytes used; valid() turns false for good at
+    // the first byte that is not UTF-8.
+    std::size_t feed(const unsigned char* bytes, std::size_t size, bool final);
+    bool valid() const { return valid_; }
+    bool ascii() const { return ascii_; }
+
+private:
+    bool valid_ = true;
+    bool ascii_ = true;
+};
+
+// The byte-order mark at the start of bytes and its size; 0 without one.
+std::size_t markOf(const unsigned char* bytes, std::size_t size, Encoding& encoding);
+
+// The mark that starts text in the encoding.
+std::string markFor(Encoding::Kind kind);
+
+std::string hexUnit(unsigned long code);
+
+} // namespace xoconv
