@@ -105,6 +105,13 @@ std::FILE* bufferedStandardInput() {
     return copy;
 }
 
+std::FILE* binaryStandardInput() {
+#if defined(_WIN32)
+    ::_setmode(::_fileno(stdin), _O_BINARY);
+#endif
+    return stdin;
+}
+
 void binaryStandardOutput() {
 #if defined(_WIN32)
     ::_setmode(::_fileno(stdout), _O_BINARY);

@@ -28,6 +28,9 @@ std::FILE* openFile(const std::filesystem::path& path, const char* mode);
 // Standard input copied into a temporary file, which can be read twice and seeked.
 std::FILE* bufferedStandardInput();
 
+// Standard input, read as bytes.
+std::FILE* binaryStandardInput();
+
 void binaryStandardOutput();
 
 // Whether standard input is a pipe, a socket or a file rather than a terminal or a

@@ -42,27 +42,32 @@ fs::path targetOf(const fs::path& input, const Options& options) {
 }
 
 // The input as a source: the library's mapped stream for a file it can open, else the C
-// stream (standard input is first copied into a temporary file, so that it can be read
-// twice).
+// stream. Standard input is read as it comes when it will be read once; when it may be
+// read twice (to tell whether it is UTF-8, or to check it before writing where nothing
+// can be taken back) it is first copied into a temporary file.
 struct Input {
     std::FILE* file = nullptr;
+    bool owned = false;
     std::unique_ptr<Source> source;
     ~Input() { close(); }
     void close() {
         source.reset();
-        if (file)
+        if (file && owned)
             std::fclose(file);
         file = nullptr;
     }
 };
 
-bool openInput(const fs::path& input, Input& opened) {
+bool openInput(const fs::path& input, bool readTwice, Input& opened) {
     if (input != "-") {
         opened.source = FileStreamSource::open(input);
         if (opened.source)
             return true;
     }
-    opened.file = input == "-" ? bufferedStandardInput() : openFile(input, "rb");
+    opened.owned = input != "-" || readTwice;
+    opened.file = input != "-" ? openFile(input, "rb")
+                  : readTwice  ? bufferedStandardInput()
+                               : binaryStandardInput();
     if (!opened.file)
         return false;
     opened.source = std::make_unique<StdioSource>(opened.file);
@@ -95,9 +100,11 @@ Status convertOne(const fs::path& input, const Options& options) {
         return kInputOutput;
     }
     Input in;
-    if (!openInput(input, in)) {
-        complain(name, std::strerror(errno));
-        return kInputOutput;
+    if (!standardInput || options.detect) {
+        if (!openInput(input, false, in)) {
+            complain(name, std::strerror(errno));
+            return kInputOutput;
+        }
     }
     if (options.detect) {
         std::printf("%s: %s\n", name.c_str(), detect(*in.source, options).c_str());
@@ -135,6 +142,12 @@ Status convertOne(const fs::path& input, const Options& options) {
     }
     const StandardOutputMark mark;
     const bool undoable = pending || (target.empty() && mark.canTakeBack());
+    if (standardInput && !openInput(input, !undoable || options.from.kind == Encoding::Auto, in)) {
+        if (direct)
+            std::fclose(direct);
+        complain(name, std::strerror(errno));
+        return kInputOutput;
+    }
     StdioSink stdio(direct ? direct : stdout);
     Sink& out = pending ? pending->sink() : stdio;
 
