@@ -8,7 +8,12 @@
 
 #include <gtest/gtest.h>
 
+#if !defined(_WIN32)
+#include <unistd.h>
+#endif
+
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -256,6 +261,67 @@ TEST_F(MappedStreams, FileTruncatedUnderTheViewThrowsInPageError) {
 TEST_F(MappedStreams, AnEmptyFileCannotBeMapped) {
     write("empty", "");
     EXPECT_EQ(thrownMessage([&] { input("empty"); }), L"Cannot open file for write!");
+}
+
+// Each byte tells its offset apart from any other a window (8 MiB) or a piece away.
+unsigned char patternAt(std::uint64_t at) {
+    return static_cast<unsigned char>(at ^ (at >> 7) ^ (at >> 15) ^ (at >> 23));
+}
+
+// The first offset in [at, at + count) whose byte is wrong; at + count when none is.
+std::uint64_t firstWrong(const std::vector<unsigned char>& bytes, std::uint64_t at,
+                         std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i)
+        if (bytes[i] != patternAt(at + i))
+            return at + i;
+    return at + count;
+}
+
+// The process's resident set, -1 where it is not read.
+long long residentBytes() {
+#if defined(_WIN32)
+    return -1;
+#else
+    long long size = 0, pages = -1;
+    std::ifstream("/proc/self/statm") >> size >> pages;
+    return pages < 0 ? -1 : pages * ::sysconf(_SC_PAGESIZE);
+#endif
+}
+
+TEST_F(MappedStreams, ASequentialReaderKeepsFewPagesResidentAndAnyReadIsRight) {
+    constexpr std::size_t kMiB = 1 << 20, kSize = 64 * kMiB;
+    std::vector<unsigned char> bytes(20 * kMiB);
+    {
+        std::ofstream out(file("big"), std::ios::binary);
+        for (std::uint64_t at = 0; at < kSize; at += kMiB) {
+            for (std::size_t i = 0; i < kMiB; ++i)
+                bytes[i] = patternAt(at + i);
+            out.write(reinterpret_cast<const char*>(bytes.data()), kMiB);
+        }
+    }
+    const Stream stream = input("big");
+    ASSERT_EQ(stream->length(), kSize);
+    const long long before = residentBytes();
+    for (std::uint64_t at = 0; at < kSize; at += kMiB) {
+        stream->readBytes(bytes.data(), kMiB);
+        ASSERT_EQ(firstWrong(bytes, at, kMiB), at + kMiB);
+    }
+    const long long grown = residentBytes() - before;
+    // Across windows, larger than one, at the end, and back where pages were let go.
+    const std::pair<std::uint64_t, std::size_t> reads[] = {
+        {0, 3 * kMiB},    {8 * kMiB - 5, 11}, {3, 20 * kMiB - 7},
+        {kSize - 17, 17}, {40 * kMiB + 1, 1}, {16 * kMiB - 1, kMiB},
+    };
+    for (const auto& [at, count] : reads) {
+        stream->seek(std::size_t(at), XoIO::kSeekBegin);
+        stream->readBytes(bytes.data(), unsigned(count));
+        EXPECT_EQ(firstWrong(bytes, at, count), at + count) << at << " " << count;
+        EXPECT_EQ(stream->tell(), at + count);
+    }
+    if (before < 0)
+        GTEST_SKIP() << "the resident set is read on Linux only";
+    EXPECT_LT(grown, static_cast<long long>(kSize / 2))
+        << grown << " bytes more resident after reading the 64 MiB file";
 }
 
 class BufferedOutput : public FileStreams {

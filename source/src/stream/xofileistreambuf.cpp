@@ -22,6 +22,25 @@ bool mappable(const wchar_t* path) {
     return attributes != os::kInvalidFileAttributes && (attributes & kUnmappableAttributes) == 0;
 }
 
+// A reader that moves on lets go of what lies a window or more behind it, so reading a
+// file of any size from start to end keeps about two windows resident, not the file.
+constexpr std::uint64_t kReleaseWindow = 8u << 20;
+
+// No state is kept: a read from window j into window k > j frees windows j - 1 to k - 2,
+// those the reads before it left behind and those it passed itself (a read may span
+// many); a read that stays in its window frees nothing, and a reader that seeks back
+// faults the pages in again from the file.
+void releasePassedPages(const os::FileView& view, std::uint64_t from, std::uint64_t to) {
+    const std::uint64_t startWindow = from / kReleaseWindow;
+    const std::uint64_t endWindow = to / kReleaseWindow;
+    if (endWindow == startWindow)
+        return;
+    const std::uint64_t first = startWindow == 0 ? 0 : (startWindow - 1) * kReleaseWindow;
+    const std::uint64_t last = (endWindow - 1) * kReleaseWindow;
+    if (first < last)
+        os::releaseViewPages(view, first, last - first);
+}
+
 // The memory streams' rule; a target past the end is refused by the caller.
 std::uint64_t viewTarget(std::uint64_t position, std::uint64_t size, std::size_t offset,
                          XoIO::SeekType kind) {
@@ -94,6 +113,8 @@ void XoFileIStreamBuf::readBytes(unsigned char* dest, unsigned int count) {
     if (!xo::platform::copyGuarded(dest, m_pView + m_nViewPosition, count,
                                    xo::platform::kFaultPageNotReadable))
         xo::throwWithMessage(xo::kInPageError);
+    releasePassedPages({m_hMapping, m_pView, m_nMappedSize}, m_nViewPosition,
+                       m_nViewPosition + count);
     m_nViewPosition += count;
 }
 
