@@ -10,6 +10,10 @@
 
 namespace xoconv {
 
+// The hot loops read one buffer and write another; without the promise that they do not
+// overlap, every store of a byte would make the compiler read the input again.
+#define XOCONV_RESTRICT __restrict
+
 namespace {
 
 constexpr code_page_id kSystemPage = code_page_id(46);
@@ -65,45 +69,40 @@ wchar_t* putCodePoint(wchar_t* out, unsigned long code) {
 // (ASCII runs, whole two- and three-byte sequences) take short paths; anything else,
 // the end of the bytes included, the careful one.
 template <bool kWrite>
-std::size_t walkUtf8(const unsigned char* bytes, std::size_t size, bool final, wchar_t* out,
-                     std::size_t& units, bool& ok, std::size_t& bad, bool& ascii) {
-    constexpr std::uint64_t kHighBits = 0x8080808080808080ull;
+std::size_t walkUtf8(const unsigned char* XOCONV_RESTRICT bytes, std::size_t size, bool final,
+                     wchar_t* XOCONV_RESTRICT out, std::size_t& units, bool& ok, std::size_t& bad,
+                     bool& ascii) {
     wchar_t* const begin = out;
     std::size_t i = 0;
+    bool plain = true; // a local: a store through a reference would make every byte reload
     ok = true;
     while (i < size) {
-        const unsigned char lead = bytes[i];
-        if (lead < 0x80) {
+        // Text comes in runs of one script: ASCII, then (for East Asian text) three-byte
+        // sequences. A loop per run keeps the branches predictable within it.
+        while (i < size && bytes[i] < 0x80) {
             if (kWrite)
-                *out++ = wchar_t(lead);
+                *out++ = wchar_t(bytes[i]);
             ++i;
-            // ASCII comes in runs: eight bytes at a time while it lasts.
-            while (i + 8 <= size) {
-                std::uint64_t word;
-                std::memcpy(&word, bytes + i, 8);
-                if (word & kHighBits)
-                    break;
-                if (kWrite) {
-                    for (int k = 0; k < 8; ++k)
-                        out[k] = wchar_t(bytes[i + std::size_t(k)]);
-                    out += 8;
-                }
-                i += 8;
-            }
-            continue;
         }
-        ascii = false;
-        if (lead >= 0xE0 && lead < 0xF0 && i + 3 <= size) {
+        while (i + 3 <= size && (bytes[i] & 0xF0) == 0xE0) {
             const unsigned second = bytes[i + 1], third = bytes[i + 2];
-            const unsigned code = (lead & 0x0Fu) << 12 | (second & 0x3Fu) << 6 | (third & 0x3Fu);
-            if ((second & 0xC0) == 0x80 && (third & 0xC0) == 0x80 && code >= 0x800 &&
-                !surrogate(code)) {
-                if (kWrite)
-                    *out++ = wchar_t(code);
-                i += 3;
-                continue;
-            }
-        } else if (lead >= 0xC2 && lead < 0xE0 && i + 2 <= size && (bytes[i + 1] & 0xC0) == 0x80) {
+            const unsigned code =
+                (bytes[i] & 0x0Fu) << 12 | (second & 0x3Fu) << 6 | (third & 0x3Fu);
+            if ((second & 0xC0) != 0x80 || (third & 0xC0) != 0x80 || code < 0x800 ||
+                surrogate(code))
+                break;
+            if (kWrite)
+                *out++ = wchar_t(code);
+            i += 3;
+            plain = false;
+        }
+        if (i >= size)
+            break;
+        const unsigned char lead = bytes[i];
+        if (lead < 0x80)
+            continue;
+        plain = false;
+        if (lead >= 0xC2 && lead < 0xE0 && i + 2 <= size && (bytes[i + 1] & 0xC0) == 0x80) {
             if (kWrite)
                 *out++ = wchar_t((lead & 0x1Fu) << 6 | (bytes[i + 1] & 0x3Fu));
             i += 2;
@@ -134,6 +133,7 @@ std::size_t walkUtf8(const unsigned char* bytes, std::size_t size, bool final, w
         i += length;
     }
     units = kWrite ? std::size_t(out - begin) : 0;
+    ascii = ascii && plain;
     return i;
 }
 
@@ -153,8 +153,7 @@ wchar_t PageCache::askToUnicode(unsigned code) {
     wchar_t unit = 0;
     const bool ok =
         XoCharMapper::codepageToUnicode(wchar_t(code), id_, unit) && unit != 0 && unit != L'?';
-    // 1 is "none": no answer is unit 0, and no code reads as U+0001 above 0x7F.
-    toUnicode_[code & 0xFFFF] = ok ? 0x10000u | static_cast<std::uint32_t>(unitOf(unit)) : 1;
+    toUnicode_[code & 0xFFFF] = ok ? 0x10000u | static_cast<std::uint32_t>(unitOf(unit)) : kNone;
     return ok ? unit : 0;
 }
 
@@ -260,16 +259,17 @@ std::size_t Decoder::decodeEscape(const unsigned char* bytes, std::size_t size, 
 bool Decoder::decodeEightBit(const unsigned char* bytes, std::size_t size, bool final, wchar_t* out,
                              std::size_t& units, std::size_t& consumed, std::size_t& bad) {
     PageCache& page = *page_;
-    wchar_t* at = out;
+    const unsigned char* XOCONV_RESTRICT in = bytes;
+    wchar_t* XOCONV_RESTRICT at = out;
     std::size_t i = 0;
     bool ok = true;
     while (i < size) {
-        const unsigned char byte = bytes[i];
+        const unsigned char byte = in[i];
         if (byte < 0x80) {
             if (byte == '\\' && escapes_) {
                 if (size - i < kLongestEscape && !final)
                     break; // an escape may go on in the next piece
-                if (const std::size_t taken = decodeEscape(bytes + i, size - i, at)) {
+                if (const std::size_t taken = decodeEscape(in + i, size - i, at)) {
                     ++at;
                     i += taken;
                     continue;
@@ -279,11 +279,21 @@ bool Decoder::decodeEightBit(const unsigned char* bytes, std::size_t size, bool 
             ++i;
             continue;
         }
-        unsigned code = byte;
+        // East Asian text comes in runs of double-byte characters.
+        while (i + 1 < size && page.lead(in[i])) {
+            const wchar_t unit = page.toUnicode(unsigned(in[i]) << 8 | in[i + 1]);
+            if (unit == 0)
+                break; // the careful path below says which byte
+            *at++ = unit;
+            i += 2;
+        }
+        if (i >= size || in[i] < 0x80)
+            continue;
+        unsigned code = in[i];
         std::size_t length = 1;
-        if (page.lead(byte)) {
+        if (page.lead(in[i])) {
             if (i + 1 < size) {
-                code = unsigned(byte) << 8 | bytes[i + 1];
+                code = unsigned(in[i]) << 8 | in[i + 1];
                 length = 2;
             } else if (!final) {
                 break; // the trail byte comes with the next piece
@@ -305,6 +315,64 @@ bool Decoder::decodeEightBit(const unsigned char* bytes, std::size_t size, bool 
     return ok;
 }
 
+namespace {
+
+// UTF-16 units into UTF-8, a surrogate pair as one four-byte sequence and a lone
+// surrogate as lack(i) says (true: U+FFFD, false: nothing). Runs of ASCII and of
+// three-byte characters (East Asian text) take loops of their own.
+template <class Lack>
+char* encodeUtf8(const wchar_t* XOCONV_RESTRICT units, std::size_t count, char* XOCONV_RESTRICT out,
+                 Lack&& lack) {
+    std::size_t i = 0;
+    while (i < count) {
+        while (i < count && unitOf(units[i]) < 0x80)
+            *out++ = char(units[i++]);
+        while (i < count) {
+            const unsigned unit = unitOf(units[i]);
+            if (unit < 0x800 || surrogate(unit))
+                break;
+            out[0] = char(0xE0 | (unit >> 12));
+            out[1] = char(0x80 | ((unit >> 6) & 0x3F));
+            out[2] = char(0x80 | (unit & 0x3F));
+            out += 3;
+            ++i;
+        }
+        if (i >= count)
+            break;
+        unsigned long code = unitOf(units[i]);
+        if (code < 0x80)
+            continue;
+        if (surrogate(unsigned(code))) {
+            code = pairAt(units, count, i);
+            if (code != 0) {
+                ++i;
+            } else if (lack(i)) {
+                code = 0xFFFD;
+            } else {
+                ++i;
+                continue;
+            }
+        }
+        if (code < 0x800) {
+            *out++ = char(0xC0 | (code >> 6));
+            *out++ = char(0x80 | (code & 0x3F));
+        } else if (code < 0x10000) {
+            *out++ = char(0xE0 | (code >> 12));
+            *out++ = char(0x80 | ((code >> 6) & 0x3F));
+            *out++ = char(0x80 | (code & 0x3F));
+        } else {
+            *out++ = char(0xF0 | (code >> 18));
+            *out++ = char(0x80 | ((code >> 12) & 0x3F));
+            *out++ = char(0x80 | ((code >> 6) & 0x3F));
+            *out++ = char(0x80 | (code & 0x3F));
+        }
+        ++i;
+    }
+    return out;
+}
+
+} // namespace
+
 Encoder::Encoder(const Encoding& encoding, Lacking lacking)
     : kind_(encoding.kind), lacking_(lacking) {
     if (kind_ == Encoding::Ansi8)
@@ -325,7 +393,7 @@ void Encoder::encode(const wchar_t* units, std::size_t count, std::string& bytes
                              : kind_ == Encoding::Utf32Little || kind_ == Encoding::Utf32Big ? 4
                                                                                              : 2;
     bytes.resize(start + count * most);
-    char* out = &bytes[start];
+    char* XOCONV_RESTRICT out = &bytes[start];
     const auto lack = [&](std::size_t i) {
         if (lacking++ == 0)
             firstLacking = i;
@@ -344,35 +412,7 @@ void Encoder::encode(const wchar_t* units, std::size_t count, std::string& bytes
         break;
     }
     case Encoding::Utf8:
-        for (std::size_t i = 0; i < count; ++i) {
-            unsigned long code = unitOf(units[i]);
-            if (code < 0x80) {
-                *out++ = char(code);
-                continue;
-            }
-            if (surrogate(unsigned(code))) {
-                code = pairAt(units, count, i);
-                if (code != 0)
-                    ++i;
-                else if (lack(i))
-                    code = 0xFFFD;
-                else
-                    continue;
-            }
-            if (code < 0x800) {
-                *out++ = char(0xC0 | (code >> 6));
-                *out++ = char(0x80 | (code & 0x3F));
-            } else if (code < 0x10000) {
-                *out++ = char(0xE0 | (code >> 12));
-                *out++ = char(0x80 | ((code >> 6) & 0x3F));
-                *out++ = char(0x80 | (code & 0x3F));
-            } else {
-                *out++ = char(0xF0 | (code >> 18));
-                *out++ = char(0x80 | ((code >> 12) & 0x3F));
-                *out++ = char(0x80 | ((code >> 6) & 0x3F));
-                *out++ = char(0x80 | (code & 0x3F));
-            }
-        }
+        out = encodeUtf8(units, count, out, lack);
         break;
     default: {
         const bool big = kind_ == Encoding::Utf32Big;
@@ -401,7 +441,7 @@ void Encoder::encodeEightBit(const wchar_t* units, std::size_t count, std::strin
     PageCache& page = *page_;
     const std::size_t start = bytes.size();
     bytes.resize(start + count * 2);
-    char* out = &bytes[start];
+    char* XOCONV_RESTRICT out = &bytes[start];
     for (std::size_t i = 0; i < count; ++i) {
         const std::uint32_t code = page.bytesOf(units[i]);
         if (code != 0) {

@@ -29,7 +29,7 @@ public:
     // The unit of a code, or 0 when the page has none for it.
     wchar_t toUnicode(unsigned code) {
         const std::uint32_t slot = toUnicode_[code & 0xFFFF];
-        return slot != 0 ? wchar_t(slot & 0xFFFF) : askToUnicode(code);
+        return slot > kNone ? wchar_t(slot & 0xFFFF) : slot == kNone ? 0 : askToUnicode(code);
     }
 
     // The bytes of a unit as (length << 16) | second byte << 8 | first byte, or 0 when
@@ -43,7 +43,9 @@ public:
     }
 
 private:
-    static constexpr std::uint32_t kLacks = 1; // in fromUnicode_; 0 is "not asked yet"
+    // In the tables, beside 0 for "not asked yet".
+    static constexpr std::uint32_t kNone = 1;  // toUnicode_: no unit
+    static constexpr std::uint32_t kLacks = 1; // fromUnicode_: no code
 
     wchar_t askToUnicode(unsigned code);
     std::uint32_t askFromUnicode(wchar_t unit);
