@@ -74,6 +74,10 @@ TEST(XoconvPieces, AnyPieceSizeConvertsAlike) {
         {"1252", "utf-32le", L::Fail, E::Keep, "\xE9\\U+00E9"s,
          "\xFF\xFE\0\0\xE9\0\0\0\xE9\0\0\0"s},
         {"utf-8", "932", L::Drop, E::Keep, "\xE3\x81\x82\xC3\xA9z"s, "\x82\xA0z"s},
+        {"utf-8", "932", L::Question, E::Keep,
+         "\xE3\x81\x82\xC3\xA9\xE3\x81\x82\xF0\x9F\x98\x80"
+         "a"s,
+         "\x82\xA0?\x82\xA0?a"s},
         {"utf-8", "932", L::Fail, E::Keep, "ab\n\xC3\xA9\xC3\xA9"s,
          "character 3 (U+00E9) and 1 other(s) are not in code page 932; nothing written "
          "(--cif writes escapes, --replace '?', -c drops them)"},

@@ -145,8 +145,10 @@ PageCache::PageCache(code_page_id id) : id_(id) {
     if (IsMultiByteCodePage(id_))
         for (int byte = 0x80; byte < 0x100; ++byte)
             lead_[byte] = XoCharMapper::isLeadByte(static_cast<unsigned char>(byte), id_);
-    for (std::uint32_t ascii = 0; ascii < 0x80; ++ascii) // as it is, in every page
+    for (std::uint32_t ascii = 0; ascii < 0x80; ++ascii) { // as it is, in every page
         fromUnicode_[ascii] = 1u << 16 | ascii;
+        utf8_[ascii] = 1u << 24 | ascii;
+    }
 }
 
 wchar_t PageCache::askToUnicode(unsigned code) {
@@ -166,6 +168,83 @@ std::uint32_t PageCache::askFromUnicode(wchar_t unit) {
         bytes = value > 0xFF ? 2u << 16 | (value & 0xFF) << 8 | value >> 8 : 1u << 16 | value;
     fromUnicode_[unitOf(unit)] = bytes;
     return bytes == kLacks ? 0 : bytes;
+}
+
+std::uint32_t PageCache::askUtf8(unsigned code) {
+    const unsigned unit = unitOf(toUnicode(code));
+    std::uint32_t bytes = kNone;
+    if (unit >= 0x80 && unit < 0x800)
+        bytes = 2u << 24 | (0x80 | (unit & 0x3F)) << 8 | (0xC0 | unit >> 6);
+    else if (unit >= 0x800 && !surrogate(unit))
+        bytes = 3u << 24 | (0x80 | (unit & 0x3F)) << 16 | (0x80 | ((unit >> 6) & 0x3F)) << 8 |
+                (0xE0 | unit >> 12);
+    utf8_[code & 0xFFFF] = bytes;
+    return bytes;
+}
+
+std::size_t eightBitToUtf8(PageCache& page, bool escapes, const unsigned char* bytes,
+                           std::size_t size, std::string& out, std::size_t& units) {
+    const std::size_t start = out.size();
+    out.resize(start + size * 3);
+    const unsigned char* XOCONV_RESTRICT in = bytes;
+    char* XOCONV_RESTRICT at = &out[start];
+    std::size_t i = 0, count = 0;
+    while (i + 1 < size) {
+        const unsigned char lead = in[i];
+        if (lead == '\\' && escapes)
+            break;
+        const std::size_t isLead = page.lead(lead) ? 1 : 0;
+        const std::uint32_t utf8 = page.utf8Of(isLead ? unsigned(lead) << 8 | in[i + 1] : lead);
+        if (utf8 == PageCache::kNone)
+            break;
+        at[0] = char(utf8 & 0xFF);
+        at[1] = char((utf8 >> 8) & 0xFF);
+        at[2] = char((utf8 >> 16) & 0xFF);
+        at += utf8 >> 24;
+        i += 1 + isLead;
+        ++count;
+    }
+    out.resize(std::size_t(at - out.data()));
+    units = count;
+    return i;
+}
+
+std::size_t utf8ToEightBit(PageCache& page, const unsigned char* bytes, std::size_t size,
+                           std::string& out, std::size_t& units) {
+    const std::size_t start = out.size();
+    out.resize(start + size + 1);
+    const unsigned char* XOCONV_RESTRICT in = bytes;
+    char* XOCONV_RESTRICT at = &out[start];
+    std::size_t i = 0, count = 0;
+    while (i < size) {
+        const unsigned lead = in[i];
+        unsigned unit = lead;
+        std::size_t length = 1;
+        if (lead >= 0xE0 && lead < 0xF0 && i + 3 <= size) {
+            const unsigned second = in[i + 1], third = in[i + 2];
+            unit = (lead & 0x0Fu) << 12 | (second & 0x3Fu) << 6 | (third & 0x3Fu);
+            if ((second & 0xC0) != 0x80 || (third & 0xC0) != 0x80 || unit < 0x800 ||
+                surrogate(unit))
+                break;
+            length = 3;
+        } else if (lead >= 0xC2 && lead < 0xE0 && i + 2 <= size && (in[i + 1] & 0xC0) == 0x80) {
+            unit = (lead & 0x1Fu) << 6 | (in[i + 1] & 0x3Fu);
+            length = 2;
+        } else if (lead >= 0x80) {
+            break;
+        }
+        const std::uint32_t code = page.bytesOf(wchar_t(unit));
+        if (code == 0)
+            break;
+        at[0] = char(code & 0xFF);
+        at[1] = char((code >> 8) & 0xFF);
+        at += code >> 16;
+        i += length;
+        ++count;
+    }
+    out.resize(std::size_t(at - out.data()));
+    units = count;
+    return i;
 }
 
 Decoder::Decoder(const Encoding& encoding, bool escapes)

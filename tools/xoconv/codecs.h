@@ -32,6 +32,13 @@ public:
         return slot > kNone ? wchar_t(slot & 0xFFFF) : slot == kNone ? 0 : askToUnicode(code);
     }
 
+    // The UTF-8 of a code as (length << 24) | its bytes, first in the low byte; kNone
+    // when the page has no unit for it (or one UTF-8 writes otherwise, a surrogate).
+    std::uint32_t utf8Of(unsigned code) {
+        const std::uint32_t slot = utf8_[code & 0xFFFF];
+        return slot != 0 ? slot : askUtf8(code);
+    }
+
     // The bytes of a unit as (length << 16) | second byte << 8 | first byte, or 0 when
     // the page lacks it. A code that does not read back as the same unit counts as
     // lacking: Windows itself writes U+F8F0-F8F3 as cp932 A0, FD, FE, FF and then
@@ -42,12 +49,13 @@ public:
         return slot > kLacks ? slot : slot == kLacks ? 0 : askFromUnicode(unit);
     }
 
-private:
     // In the tables, beside 0 for "not asked yet".
-    static constexpr std::uint32_t kNone = 1;  // toUnicode_: no unit
+    static constexpr std::uint32_t kNone = 1;  // toUnicode_, utf8_: none
     static constexpr std::uint32_t kLacks = 1; // fromUnicode_: no code
 
+private:
     wchar_t askToUnicode(unsigned code);
+    std::uint32_t askUtf8(unsigned code);
     std::uint32_t askFromUnicode(wchar_t unit);
 
     code_page_id id_;
@@ -55,6 +63,7 @@ private:
     // 0: not asked yet; else 0x10000 | the unit, 1 when there is none.
     std::vector<std::uint32_t> toUnicode_ = std::vector<std::uint32_t>(0x10000, 0);
     std::vector<std::uint32_t> fromUnicode_ = std::vector<std::uint32_t>(0x10000, 0);
+    std::vector<std::uint32_t> utf8_ = std::vector<std::uint32_t>(0x10000, 0);
 };
 
 class Decoder {
@@ -73,6 +82,9 @@ public:
                 std::size_t& units, std::size_t& consumed, std::size_t& bad);
     // What was wrong with the bytes at bad, after decode returned false.
     const std::string& problem() const { return problem_; }
+    // The code page of 8-bit text, else null.
+    PageCache* page() const { return page_.get(); }
+    bool escapes() const { return escapes_; }
 
 private:
     bool decodeEightBit(const unsigned char* bytes, std::size_t size, bool final, wchar_t* out,
@@ -99,6 +111,9 @@ public:
     void encode(const wchar_t* units, std::size_t count, std::string& bytes, std::size_t& lacking,
                 std::size_t& firstLacking);
 
+    // The code page of 8-bit text, else null.
+    PageCache* page() const { return page_.get(); }
+
 private:
     void encodeEightBit(const wchar_t* units, std::size_t count, std::string& bytes,
                         std::size_t& lacking, std::size_t& firstLacking);
@@ -109,6 +124,16 @@ private:
     std::unique_ptr<PageCache> page_; // when 8-bit
     XoVector<char> converted_;
 };
+
+// The common cases in one pass, with no units between: 8-bit text (escapes read or
+// not) into UTF-8, and UTF-8 into 8-bit text. Each converts from the start of bytes
+// for as long as the text is plain (ASCII and characters both sides have, no escape,
+// no character cut by the end), appends the bytes and counts the units they stand
+// for, and returns the bytes used: the careful way goes on from there.
+std::size_t eightBitToUtf8(PageCache& page, bool escapes, const unsigned char* bytes,
+                           std::size_t size, std::string& out, std::size_t& units);
+std::size_t utf8ToEightBit(PageCache& page, const unsigned char* bytes, std::size_t size,
+                           std::string& out, std::size_t& units);
 
 // How many units at the end of a piece must wait for the next: the first half of a
 // surrogate pair, a carriage return that a line feed may follow, and a backslash that

@@ -184,6 +184,7 @@ private:
     bool start(Conversion& result);
     bool step(bool final, Conversion& result);
     void encode(const wchar_t* units, std::size_t count);
+    void convertPlainStretch();
 
     Source& in_;
     Sink& out_;
@@ -235,15 +236,6 @@ bool Converter::start(Conversion& result) {
 }
 
 void Converter::encode(const wchar_t* units, std::size_t count) {
-    encoded_.clear();
-    const Encoding::Kind to = options_.to.kind;
-    const bool bom = to != Encoding::Ansi8 &&
-                     (options_.bom == 1 || (options_.bom == -1 && to != Encoding::Utf8));
-    // Written here rather than by PmFILE (which writes a mark only where it can tell
-    // that the stream is at its start: never on a pipe or a terminal).
-    if (first_ && bom)
-        encoded_ = markFor(to);
-    first_ = false;
     const std::size_t before = lacking_;
     std::size_t firstLacking = 0;
     encoder_->encode(units, count, encoded_, lacking_, firstLacking);
@@ -259,7 +251,34 @@ void Converter::encode(const wchar_t* units, std::size_t count) {
 
 // Decodes what waits, encodes what is ready and writes it; keeps for the next step an
 // incomplete character and the units whose meaning depends on what follows.
+// The plain stretch at the start of what waits, in one pass when the directions allow.
+void Converter::convertPlainStretch() {
+    if (held_ != 0 || options_.lineEnds != LineEnds::Keep)
+        return;
+    std::size_t units = 0, used = 0;
+    const Encoding::Kind to = options_.to.kind;
+    const unsigned char* bytes = bytes_.data() + start_;
+    if (encoding_.kind == Encoding::Ansi8 && to == Encoding::Utf8)
+        used = eightBitToUtf8(*decoder_->page(), decoder_->escapes(), bytes, have_ - start_,
+                              encoded_, units);
+    else if (encoding_.kind == Encoding::Utf8 && to == Encoding::Ansi8 &&
+             options_.lacking != Lacking::Cif)
+        used = utf8ToEightBit(*encoder_->page(), bytes, have_ - start_, encoded_, units);
+    start_ += used;
+    unitBase_ += units;
+}
+
 bool Converter::step(bool final, Conversion& result) {
+    encoded_.clear();
+    const Encoding::Kind to = options_.to.kind;
+    const bool bom = to != Encoding::Ansi8 &&
+                     (options_.bom == 1 || (options_.bom == -1 && to != Encoding::Utf8));
+    // Written here rather than by PmFILE (which writes a mark only where it can tell
+    // that the stream is at its start: never on a pipe or a terminal).
+    if (first_ && bom)
+        encoded_ = markFor(to);
+    first_ = false;
+    convertPlainStretch();
     std::size_t units = 0, consumed = 0, bad = 0;
     const bool decoded = decoder_->decode(bytes_.data() + start_, have_ - start_, final,
                                           &units_[held_], units, consumed, bad);
