@@ -2,8 +2,9 @@
 // (the source also left to the byte-order mark and UTF-8 validity), escapes read or
 // not, each way of writing what the target lacks, CR LF folded or not. Nothing may
 // crash; the text streamed in pieces of a few bytes (so that characters, escapes and
-// line ends fall across the seams) converts exactly as in one piece; and text that
-// converted to a Unicode form without loss reads back from it as the text read.
+// line ends fall across the seams) converts exactly as in one piece and as through
+// UTF-16; and text that converted to a Unicode form without loss reads back from it as
+// the text read.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -76,25 +77,36 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string input(reinterpret_cast<const char*>(data + 3), size - 3);
 
     std::string whole, pieces;
-    const xoconv::Conversion once = convert(input, options, xoconv::kPieceSize, whole);
+    const xoconv::Conversion once = convert(input, options, input.size() + 1, whole);
     const xoconv::Conversion streamed = convert(input, options, piece, pieces);
     if (once.outcome != streamed.outcome || once.error != streamed.error ||
         once.lacking != streamed.lacking ||
         (once.outcome == xoconv::Conversion::Converted && whole != pieces))
         std::abort();
 
-    // The text as read, in UTF-16LE, against what the output reads back as.
+    if (once.outcome != xoconv::Conversion::Converted)
+        return 0;
+    // The text as read, in UTF-16LE.
     xoconv::Options asRead = options;
     asRead.lacking = xoconv::Lacking::Fail;
     asRead.bom = 0;
     xoconv::parseEncoding("utf-16le", asRead.to);
     std::string read;
-    const bool unicode = options.to.kind != xoconv::Encoding::Ansi8;
-    if (once.outcome != xoconv::Conversion::Converted || !unicode || once.lacking != 0 ||
-        convert(input, asRead, xoconv::kPieceSize, read).outcome != xoconv::Conversion::Converted)
-        return 0;
+    if (convert(input, asRead, input.size() + 1, read).outcome != xoconv::Conversion::Converted)
+        std::abort();
     // A leading U+FEFF written without a mark reads back as one: not a loss to judge.
     if (read.compare(0, 2, "\xFF\xFE") == 0)
+        return 0;
+    // Through UTF-16 (the careful way, one pass in neither direction) the output is
+    // the same as in one pass.
+    xoconv::Options fromUnits = options;
+    xoconv::parseEncoding("utf-16le", fromUnits.from);
+    std::string twice;
+    if (convert(read, fromUnits, read.size() + 1, twice).outcome != xoconv::Conversion::Converted ||
+        twice != whole)
+        std::abort();
+    // What the output reads back as.
+    if (options.to.kind == xoconv::Encoding::Ansi8 || once.lacking != 0)
         return 0;
     xoconv::Options back;
     back.from = options.to;
@@ -102,7 +114,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     back.decodeEscapes = false;
     xoconv::parseEncoding("utf-16le", back.to);
     std::string again;
-    if (convert(whole, back, xoconv::kPieceSize, again).outcome != xoconv::Conversion::Converted ||
+    if (convert(whole, back, whole.size() + 1, again).outcome != xoconv::Conversion::Converted ||
         again != read)
         std::abort();
     return 0;
