@@ -60,9 +60,9 @@ struct FileView {
 };
 bool mapWholeFile(void* handle, FileView* view);
 void unmapFile(const FileView& view);
-// Lets the system take back the view's pages that lie wholly inside [offset, offset +
-// length): they leave the process's resident set and fault in again from the file when
-// read. Best effort, nothing to report.
+// Lets the system take back the view's pages in [offset, offset + length), whole pages
+// inside the view: they leave the process's resident set and fault in again from the
+// file when read. Best effort, nothing to report.
 void releaseViewPages(const FileView& view, std::uint64_t offset, std::uint64_t length);
 
 // GetFileAttributesW: 0xFFFFFFFF when the path cannot be asked about.

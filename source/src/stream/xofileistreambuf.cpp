@@ -24,6 +24,8 @@ bool mappable(const wchar_t* path) {
 
 // A reader that moves on lets go of what lies a window or more behind it, so reading a
 // file of any size from start to end keeps about two windows resident, not the file.
+// Windows are whole pages on every system, and those released end before the read
+// position, inside the view.
 constexpr std::uint64_t kReleaseWindow = 8u << 20;
 
 // No state is kept: a read from window j into window k > j frees windows j - 1 to k - 2,

@@ -212,18 +212,9 @@ void unmapFile(const FileView& view) {
 }
 
 void releaseViewPages(const FileView& view, std::uint64_t offset, std::uint64_t length) {
-    static const std::uint64_t page = std::uint64_t(::sysconf(_SC_PAGESIZE));
-    if (view.bytes == nullptr || offset >= view.size)
-        return;
-    const std::uint64_t end = length < view.size - offset ? offset + length : view.size;
-    const std::uint64_t first = (offset + page - 1) / page * page;
-    const std::uint64_t last = end / page * page;
-    if (first >= last)
-        return;
     // The view is a shared read-only mapping of the file: dropping its pages loses
     // nothing, the next read faults them in again from the page cache or the disk.
-    ::madvise(const_cast<unsigned char*>(view.bytes) + first, std::size_t(last - first),
-              MADV_DONTNEED);
+    ::madvise(const_cast<unsigned char*>(view.bytes) + offset, std::size_t(length), MADV_DONTNEED);
 }
 
 std::uint32_t fileAttributes(const wchar_t* path) {

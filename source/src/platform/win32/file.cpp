@@ -103,23 +103,11 @@ void unmapFile(const FileView& view) {
 }
 
 void releaseViewPages(const FileView& view, std::uint64_t offset, std::uint64_t length) {
-    static const std::uint64_t page = [] {
-        SYSTEM_INFO info;
-        ::GetSystemInfo(&info);
-        return std::uint64_t(info.dwPageSize);
-    }();
-    if (view.bytes == nullptr || offset >= view.size)
-        return;
-    const std::uint64_t end = length < view.size - offset ? offset + length : view.size;
-    const std::uint64_t first = (offset + page - 1) / page * page;
-    const std::uint64_t last = end / page * page;
-    if (first >= last)
-        return;
     // VirtualUnlock is the one call that takes pages of a view out of the working set
     // without unmapping it: for pages that were never locked, as none of ours are, it
     // removes them and then fails with ERROR_NOT_LOCKED, which is the expected answer
     // here. The view is read-only, so the pages come back from the file when read.
-    ::VirtualUnlock(const_cast<unsigned char*>(view.bytes) + first, SIZE_T(last - first));
+    ::VirtualUnlock(const_cast<unsigned char*>(view.bytes) + offset, SIZE_T(length));
 }
 
 std::uint32_t fileAttributes(const wchar_t* path) {
