@@ -2,8 +2,6 @@
 // seams fall inside characters, escapes, surrogate pairs, line ends and marks.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstring>
 #include <string>
 
 #include "convert.h"
@@ -12,35 +10,6 @@
 namespace {
 
 using namespace std::string_literals;
-
-class BytesSource : public xoconv::Source {
-public:
-    explicit BytesSource(std::string bytes) : bytes_(std::move(bytes)) {}
-    bool read(unsigned char* into, std::size_t room, std::size_t& got, std::string&) override {
-        got = std::min(room, bytes_.size() - at_);
-        std::memcpy(into, bytes_.data() + at_, got);
-        at_ += got;
-        return true;
-    }
-    bool rewind(std::string&) override {
-        at_ = 0;
-        return true;
-    }
-    long long size() const override { return static_cast<long long>(bytes_.size()); }
-
-private:
-    std::string bytes_;
-    std::size_t at_ = 0;
-};
-
-class BytesSink : public xoconv::Sink {
-public:
-    bool write(const char* bytes, std::size_t size, std::string&) override {
-        text.append(bytes, size);
-        return true;
-    }
-    std::string text;
-};
 
 struct Case {
     const char* from; // empty: by the mark, else UTF-8 when valid, else the system's
@@ -104,8 +73,8 @@ TEST(XoconvPieces, AnyPieceSizeConvertsAlike) {
         for (std::size_t piece = 1; piece <= 10; ++piece) {
             SCOPED_TRACE(std::string(c.from) + " to " + c.to + ", pieces of " +
                          std::to_string(piece));
-            BytesSource in(c.in);
-            BytesSink out;
+            xoconv::TextSource in(c.in);
+            xoconv::TextSink out;
             xoconv::Progress progress;
             const xoconv::Conversion result = xoconv::convert(in, out, options, progress, piece);
             EXPECT_EQ(result.outcome == xoconv::Conversion::Converted ? out.text : result.error,

@@ -452,6 +452,16 @@ char* encodeUtf8(const wchar_t* XOCONV_RESTRICT units, std::size_t count, char* 
 
 } // namespace
 
+bool decodeWhole(const Encoding& encoding, const std::string& bytes, std::wstring& units) {
+    units.assign(Decoder::mostUnits(bytes.size()), L'\0');
+    std::size_t count = 0, consumed = 0, bad = 0;
+    const bool ok = Decoder(encoding, false)
+                        .decode(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size(),
+                                true, &units[0], count, consumed, bad);
+    units.resize(count);
+    return ok;
+}
+
 Encoder::Encoder(const Encoding& encoding, Lacking lacking)
     : kind_(encoding.kind), lacking_(lacking) {
     if (kind_ == Encoding::Ansi8)

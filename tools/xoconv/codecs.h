@@ -125,6 +125,9 @@ private:
     XoVector<char> converted_;
 };
 
+// All of bytes as units; false when some byte is no character of the encoding.
+bool decodeWhole(const Encoding& encoding, const std::string& bytes, std::wstring& units);
+
 // The common cases in one pass, with no units between: 8-bit text (escapes read or
 // not) into UTF-8, and UTF-8 into 8-bit text. Each converts from the start of bytes
 // for as long as the text is plain (ASCII and characters both sides have, no escape,

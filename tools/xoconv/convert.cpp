@@ -38,6 +38,23 @@ long long StdioSource::size() const {
     return static_cast<long long>(facts.st_size);
 }
 
+bool TextSource::read(unsigned char* into, std::size_t room, std::size_t& got, std::string&) {
+    got = std::min(room, bytes_.size() - at_);
+    std::memcpy(into, bytes_.data() + at_, got);
+    at_ += got;
+    return true;
+}
+
+bool TextSource::rewind(std::string&) {
+    at_ = 0;
+    return true;
+}
+
+bool TextSink::write(const char* bytes, std::size_t size, std::string&) {
+    text.append(bytes, size);
+    return true;
+}
+
 bool StdioSink::write(const char* bytes, std::size_t size, std::string& error) {
     if (std::fwrite(bytes, 1, size, stream_) == size)
         return true;

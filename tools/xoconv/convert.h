@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <string>
+#include <utility>
 
 #include "options.h"
 
@@ -67,6 +68,25 @@ public:
 
 private:
     std::FILE* stream_;
+};
+
+// Bytes in memory as a source, and a sink that keeps what it is given.
+class TextSource : public Source {
+public:
+    explicit TextSource(std::string bytes) : bytes_(std::move(bytes)) {}
+    bool read(unsigned char* into, std::size_t room, std::size_t& got, std::string& error) override;
+    bool rewind(std::string&) override;
+    long long size() const override { return static_cast<long long>(bytes_.size()); }
+
+private:
+    std::string bytes_;
+    std::size_t at_ = 0;
+};
+
+class TextSink : public Sink {
+public:
+    bool write(const char* bytes, std::size_t size, std::string& error) override;
+    std::string text;
 };
 
 // Takes everything and keeps nothing: for a conversion that only checks.

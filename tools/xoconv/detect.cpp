@@ -67,30 +67,18 @@ bool inSet(wchar_t unit, const std::wstring& set) {
 }
 
 std::wstring unitsOf(const char* utf8) {
-    const std::size_t size = std::char_traits<char>::length(utf8);
-    std::wstring units(Decoder::mostUnits(size), L'\0');
-    std::size_t count = 0, consumed = 0, bad = 0;
     Encoding encoding;
     encoding.kind = Encoding::Utf8;
-    Decoder(encoding, false)
-        .decode(reinterpret_cast<const unsigned char*>(utf8), size, true, &units[0], count,
-                consumed, bad);
-    units.resize(count);
+    std::wstring units;
+    decodeWhole(encoding, utf8, units);
     return units;
 }
 
 // The text of bytes in an 8-bit code page, false when some byte is no character of it.
 bool readsAs(const std::string& bytes, int windows, std::wstring& text) {
     Encoding encoding;
-    if (!parseEncoding(std::to_string(windows), encoding) || encoding.kind != Encoding::Ansi8)
-        return false;
-    text.assign(Decoder::mostUnits(bytes.size()), L'\0');
-    std::size_t count = 0, consumed = 0, bad = 0;
-    const bool ok = Decoder(encoding, false)
-                        .decode(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size(),
-                                true, &text[0], count, consumed, bad);
-    text.resize(count);
-    return ok;
+    return parseEncoding(std::to_string(windows), encoding) && encoding.kind == Encoding::Ansi8 &&
+           decodeWhole(encoding, bytes, text);
 }
 
 // Reads up to room bytes of in, appending to bytes.

@@ -47,15 +47,9 @@ bool libraryPath(const fs::path& path, std::wstring& units) {
     units = path.wstring();
     return true;
 #else
-    const std::string& bytes = path.native();
     Encoding utf8;
     utf8.kind = Encoding::Utf8;
-    units.assign(Decoder::mostUnits(bytes.size()), L'\0');
-    std::size_t count = 0, consumed = 0, bad = 0;
-    const bool ok = Decoder(utf8, false)
-                        .decode(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size(),
-                                true, &units[0], count, consumed, bad);
-    units.resize(count);
+    const bool ok = decodeWhole(utf8, path.native(), units);
     return ok && units.find(L'\0') == std::wstring::npos;
 #endif
 }
@@ -77,6 +71,22 @@ bool sameFile(void* handle, std::FILE* stream) {
 
 const void* const kInvalidHandle = reinterpret_cast<void*>(~std::uintptr_t(0));
 
+// The stream a factory of the library opens, or null when the open failed (the status
+// says so, or the factory threw).
+template <class Factory> XoFileStreamBuf* opened(Factory&& factory) {
+    XoFileStreamBuf* stream = nullptr;
+    try {
+        Vesk::ErrorStatus status = Vesk::eOk;
+        stream = factory(&status);
+        if (status == Vesk::eOk && stream->handle() != kInvalidHandle)
+            return stream;
+    } catch (XoException* failure) {
+        delete failure;
+    }
+    destoryFileIOStreamBuf(stream);
+    return nullptr;
+}
+
 } // namespace
 
 std::unique_ptr<FileStreamSource> FileStreamSource::open(const fs::path& path) {
@@ -84,21 +94,13 @@ std::unique_ptr<FileStreamSource> FileStreamSource::open(const fs::path& path) {
     std::error_code sizeFailure;
     if (!libraryPath(path, units) || fs::file_size(path, sizeFailure) == 0 || sizeFailure)
         return nullptr;
-    XoFileStreamBuf* stream = nullptr;
-    try {
-        Vesk::ErrorStatus status = Vesk::eOk;
-        // Nobody writes the file through the library while it is converted.
-        stream = createFileIStreamBuf(units.c_str(), &status, XoIO::kAccessRead,
-                                      XoIO::kShareDenyWrite, XoIO::kOpenExisting);
-        if (status != Vesk::eOk || stream->handle() == kInvalidHandle) {
-            destoryFileIOStreamBuf(stream);
-            return nullptr;
-        }
-    } catch (XoException* failure) {
-        delete failure;
-        destoryFileIOStreamBuf(stream);
+    // Nobody writes the file through the library while it is converted.
+    XoFileStreamBuf* stream = opened([&](Vesk::ErrorStatus* status) {
+        return createFileIStreamBuf(units.c_str(), status, XoIO::kAccessRead, XoIO::kShareDenyWrite,
+                                    XoIO::kOpenExisting);
+    });
+    if (!stream)
         return nullptr;
-    }
     return std::unique_ptr<FileStreamSource>(new FileStreamSource(stream));
 }
 
@@ -146,21 +148,16 @@ std::unique_ptr<FileStreamSink> FileStreamSink::open(const fs::path& path, std::
     std::wstring units;
     if (!libraryPath(path, units))
         return nullptr;
-    XoFileStreamBuf* stream = nullptr;
-    try {
-        Vesk::ErrorStatus status = Vesk::eOk;
-        stream = createFileOStreamBuf(units.c_str(), &status, XoIO::kAccessWrite,
-                                      XoIO::kShareDenyRead, XoIO::kOpenExisting, kBufferCapacity);
-        if (status != Vesk::eOk || stream->handle() == kInvalidHandle ||
-            !sameFile(stream->handle(), created)) {
-            destoryFileIOStreamBuf(stream);
-            return nullptr;
-        }
-    } catch (XoException* failure) {
-        delete failure;
+    XoFileStreamBuf* stream = opened([&](Vesk::ErrorStatus* status) {
+        return createFileOStreamBuf(units.c_str(), status, XoIO::kAccessWrite, XoIO::kShareDenyRead,
+                                    XoIO::kOpenExisting, kBufferCapacity);
+    });
+    if (stream && !sameFile(stream->handle(), created)) {
         destoryFileIOStreamBuf(stream);
         return nullptr;
     }
+    if (!stream)
+        return nullptr;
     return std::unique_ptr<FileStreamSink>(new FileStreamSink(stream));
 }
 
