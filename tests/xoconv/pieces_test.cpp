@@ -28,6 +28,9 @@ TEST(XoconvPieces, AnyPieceSizeConvertsAlike) {
          "a\xE4\xB8\xAD\xE3\x81\x82\xE2\x80\x95\n\xF0\x9F\x98\x80\\u+0z\0\r"s},
         {"utf-8", "utf-16be", L::Fail, E::CrLf, "\xF0\x9F\x98\x80\r\nx\n\xC3\xA9"s,
          "\xFE\xFF\xD8\x3D\xDE\x00\0\r\0\n\0x\0\r\0\n\0\xE9"s},
+        {"utf-16be", "utf-8", L::Fail, E::Keep, "\0a\0\xE9\x30\x42\xD8\x3D\xDE\x00\0b"s,
+         "a\xC3\xA9\xE3\x81\x82\xF0\x9F\x98\x80"
+         "b"s},
         {"utf-16le", "utf-8", L::Question, E::Keep,
          "\x3D\xD8"
          "a\0\x3D\xD8\x00\xDE"s,

@@ -129,14 +129,16 @@ private:
 bool decodeWhole(const Encoding& encoding, const std::string& bytes, std::wstring& units);
 
 // The common cases in one pass, with no units between: 8-bit text (escapes read or
-// not) into UTF-8, and UTF-8 into 8-bit text. Each converts from the start of bytes
-// for as long as the text is plain (ASCII and characters both sides have, no escape,
-// no character cut by the end), appends the bytes and counts the units they stand
-// for, and returns the bytes used: the careful way goes on from there.
+// not) into UTF-8, UTF-8 into 8-bit text, and UTF-16 into UTF-8. Each converts from the start of
+// bytes for as long as the text is plain (ASCII and characters both sides have, no escape, no
+// character cut by the end), appends the bytes and counts the units they stand for, and returns the
+// bytes used: the careful way goes on from there.
 std::size_t eightBitToUtf8(PageCache& page, bool escapes, const unsigned char* bytes,
                            std::size_t size, std::string& out, std::size_t& units);
 std::size_t utf8ToEightBit(PageCache& page, const unsigned char* bytes, std::size_t size,
                            std::string& out, std::size_t& units);
+std::size_t utf16ToUtf8(bool bigEndian, const unsigned char* bytes, std::size_t size,
+                        std::string& out, std::size_t& units);
 
 // How many units at the end of a piece must wait for the next: the first half of a
 // surrogate pair, a carriage return that a line feed may follow, and a backslash that

@@ -281,6 +281,10 @@ void Converter::convertPlainStretch() {
     else if (encoding_.kind == Encoding::Utf8 && to == Encoding::Ansi8 &&
              options_.lacking != Lacking::Cif)
         used = utf8ToEightBit(*encoder_->page(), bytes, have_ - start_, encoded_, units);
+    else if ((encoding_.kind == Encoding::Utf16Little || encoding_.kind == Encoding::Utf16Big) &&
+             to == Encoding::Utf8)
+        used = utf16ToUtf8(encoding_.kind == Encoding::Utf16Big, bytes, have_ - start_, encoded_,
+                           units);
     start_ += used;
     unitBase_ += units;
 }
