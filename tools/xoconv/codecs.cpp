@@ -63,6 +63,17 @@ wchar_t* putCodePoint(wchar_t* out, unsigned long code) {
     return out;
 }
 
+// The UTF-8 of a unit of the basic plane, not a surrogate, as (length << 24) | its
+// bytes, the first in the low byte: one store of three bytes writes any of them.
+std::uint32_t utf8Word(unsigned unit) {
+    if (unit < 0x80)
+        return 1u << 24 | unit;
+    if (unit < 0x800)
+        return 2u << 24 | (0x80 | (unit & 0x3F)) << 8 | (0xC0 | unit >> 6);
+    return 3u << 24 | (0x80 | (unit & 0x3F)) << 16 | (0x80 | ((unit >> 6) & 0x3F)) << 8 |
+           (0xE0 | unit >> 12);
+}
+
 // Walks UTF-8, writing units at out when kWrite. Stops at the first byte that is not
 // UTF-8 (ok false, bad its offset) or, unless final, before an incomplete sequence at
 // the end. Returns the bytes used; units receives the units written. The common forms
@@ -172,18 +183,14 @@ std::uint32_t PageCache::askFromUnicode(wchar_t unit) {
 
 std::uint32_t PageCache::askUtf8(unsigned code) {
     const unsigned unit = unitOf(toUnicode(code));
-    std::uint32_t bytes = kNone;
-    if (unit >= 0x80 && unit < 0x800)
-        bytes = 2u << 24 | (0x80 | (unit & 0x3F)) << 8 | (0xC0 | unit >> 6);
-    else if (unit >= 0x800 && !surrogate(unit))
-        bytes = 3u << 24 | (0x80 | (unit & 0x3F)) << 16 | (0x80 | ((unit >> 6) & 0x3F)) << 8 |
-                (0xE0 | unit >> 12);
+    const std::uint32_t bytes = unit == 0 || surrogate(unit) ? kNone : utf8Word(unit);
     utf8_[code & 0xFFFF] = bytes;
     return bytes;
 }
 
-std::size_t eightBitToUtf8(PageCache& page, bool escapes, const unsigned char* bytes,
-                           std::size_t size, std::string& out, std::size_t& units) {
+std::size_t Decoder::eightBitToUtf8(const unsigned char* bytes, std::size_t size, std::string& out,
+                                    std::size_t& units) {
+    PageCache& page = *page_;
     const std::size_t start = out.size();
     out.resize(start + size * 3);
     const unsigned char* XOCONV_RESTRICT in = bytes;
@@ -191,17 +198,34 @@ std::size_t eightBitToUtf8(PageCache& page, bool escapes, const unsigned char* b
     std::size_t i = 0, count = 0;
     while (i + 1 < size) {
         const unsigned char lead = in[i];
-        if (lead == '\\' && escapes)
-            break;
-        const std::size_t isLead = page.lead(lead) ? 1 : 0;
-        const std::uint32_t utf8 = page.utf8Of(isLead ? unsigned(lead) << 8 | in[i + 1] : lead);
-        if (utf8 == PageCache::kNone)
-            break;
+        std::size_t taken = 0;
+        std::uint32_t utf8 = 0;
+        if (lead == '\\' && escapes_) {
+            // Drawing text holds a backslash every few hundred bytes: its escape is
+            // taken here, not left to the careful way for the rest of the piece.
+            wchar_t unit = 0;
+            if (size - i < kLongestEscape)
+                break;
+            taken = decodeEscape(in + i, size - i, &unit);
+            if (taken == 0) {
+                taken = 1; // no escape: the backslash itself
+                unit = L'\\';
+            } else if (surrogate(unitOf(unit))) {
+                break; // half of a pair: the careful way joins them
+            }
+            utf8 = utf8Word(unitOf(unit));
+        } else {
+            const std::size_t isLead = page.lead(lead) ? 1 : 0;
+            utf8 = page.utf8Of(isLead ? unsigned(lead) << 8 | in[i + 1] : lead);
+            if (utf8 == PageCache::kNone)
+                break;
+            taken = 1 + isLead;
+        }
         at[0] = char(utf8 & 0xFF);
         at[1] = char((utf8 >> 8) & 0xFF);
         at[2] = char((utf8 >> 16) & 0xFF);
         at += utf8 >> 24;
-        i += 1 + isLead;
+        i += taken;
         ++count;
     }
     out.resize(std::size_t(at - out.data()));

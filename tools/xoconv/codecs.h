@@ -82,9 +82,10 @@ public:
                 std::size_t& units, std::size_t& consumed, std::size_t& bad);
     // What was wrong with the bytes at bad, after decode returned false.
     const std::string& problem() const { return problem_; }
-    // The code page of 8-bit text, else null.
-    PageCache* page() const { return page_.get(); }
-    bool escapes() const { return escapes_; }
+    // 8-bit text into UTF-8 in one pass, as the functions below (escapes decoded when
+    // read, a surrogate escape left to the careful way).
+    std::size_t eightBitToUtf8(const unsigned char* bytes, std::size_t size, std::string& out,
+                               std::size_t& units);
 
 private:
     bool decodeEightBit(const unsigned char* bytes, std::size_t size, bool final, wchar_t* out,
@@ -133,8 +134,6 @@ bool decodeWhole(const Encoding& encoding, const std::string& bytes, std::wstrin
 // bytes for as long as the text is plain (ASCII and characters both sides have, no escape, no
 // character cut by the end), appends the bytes and counts the units they stand for, and returns the
 // bytes used: the careful way goes on from there.
-std::size_t eightBitToUtf8(PageCache& page, bool escapes, const unsigned char* bytes,
-                           std::size_t size, std::string& out, std::size_t& units);
 std::size_t utf8ToEightBit(PageCache& page, const unsigned char* bytes, std::size_t size,
                            std::string& out, std::size_t& units);
 std::size_t utf16ToUtf8(bool bigEndian, const unsigned char* bytes, std::size_t size,

@@ -276,8 +276,7 @@ void Converter::convertPlainStretch() {
     const Encoding::Kind to = options_.to.kind;
     const unsigned char* bytes = bytes_.data() + start_;
     if (encoding_.kind == Encoding::Ansi8 && to == Encoding::Utf8)
-        used = eightBitToUtf8(*decoder_->page(), decoder_->escapes(), bytes, have_ - start_,
-                              encoded_, units);
+        used = decoder_->eightBitToUtf8(bytes, have_ - start_, encoded_, units);
     else if (encoding_.kind == Encoding::Utf8 && to == Encoding::Ansi8 &&
              options_.lacking != Lacking::Cif)
         used = utf8ToEightBit(*encoder_->page(), bytes, have_ - start_, encoded_, units);
