@@ -7,6 +7,11 @@
 #include <vector>
 
 #include <sys/stat.h>
+#if defined(_WIN32)
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
 
 #include "codecs.h"
 
@@ -56,10 +61,30 @@ bool TextSink::write(const char* bytes, std::size_t size, std::string&) {
 }
 
 bool StdioSink::write(const char* bytes, std::size_t size, std::string& error) {
-    if (std::fwrite(bytes, 1, size, stream_) == size)
-        return true;
-    error = std::strerror(errno);
-    return false;
+    // A piece goes to the system in one call: through the C stream's small buffer it
+    // took two, one to empty the buffer and one for the rest.
+    if (std::fflush(stream_) != 0) {
+        error = std::strerror(errno);
+        return false;
+    }
+    const int fd = fileno(stream_);
+    while (size > 0) {
+        const auto chunk = static_cast<unsigned>(std::min<std::size_t>(size, 1u << 30));
+#if defined(_WIN32)
+        const int wrote = ::_write(fd, bytes, chunk);
+#else
+        const ssize_t wrote = ::write(fd, bytes, chunk);
+#endif
+        if (wrote < 0 && errno == EINTR)
+            continue;
+        if (wrote <= 0) {
+            error = std::strerror(wrote < 0 ? errno : ENOSPC);
+            return false;
+        }
+        bytes += wrote;
+        size -= std::size_t(wrote);
+    }
+    return true;
 }
 
 void Progress::report(long long done) {
