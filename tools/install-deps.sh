@@ -9,7 +9,9 @@ if [[ "${1:-}" == "all" ]]; then
                g++-mingw-w64-x86-64-posix wine64 binutils pkg-config dpkg-dev doxygen
                xvfb x11-xserver-utils x11-utils libx11-6 libxrandr2
                fuse3 libfuse3-dev
-               vim-runtime) # vim-runtime: real texts in legacy encodings for xoconv's tests
+               vim-runtime libpython3.11-testsuite) # real texts in legacy encodings for
+                                                    # xoconv's tests: vim's tutor files and
+                                                    # Python's encoded samples
 fi
 
 missing=()

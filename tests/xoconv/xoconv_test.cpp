@@ -1023,38 +1023,66 @@ TEST_F(Xoconv, AnInterruptionRemovesTheTemporaryFile) {
 
 // Real texts nobody here wrote, vim's tutor files in their legacy encodings: to UTF-8
 // and UTF-16 as iconv converts them, byte for byte, and back to the very same bytes.
-TEST_F(Xoconv, RealTextsConvertAsIconvDoesAndBack) {
-    fs::path tutor;
+// The folder under one of roots (or their subfolders one level down, as in
+// /usr/lib/python3.11) that holds name; empty when none does.
+fs::path findFolder(const std::vector<fs::path>& roots, const fs::path& name) {
     std::error_code ignored;
-    for (const auto& entry : fs::directory_iterator("/usr/share/vim", ignored))
-        if (fs::exists(entry.path() / "tutor" / "tutor.ja.sjis", ignored))
-            tutor = entry.path() / "tutor";
-    if (tutor.empty() || std::system("iconv --version > /dev/null 2>&1") != 0)
-        GTEST_SKIP() << "needs vim's tutor files (vim-runtime) and iconv";
+    for (const fs::path& root : roots) {
+        if (fs::exists(root / name, ignored))
+            return root / name;
+        for (const auto& entry : fs::directory_iterator(root, ignored))
+            if (fs::exists(entry.path() / name, ignored))
+                return entry.path() / name;
+    }
+    return {};
+}
+
+TEST_F(Xoconv, RealTextsConvertAsIconvDoesAndBack) {
+    const char* home = std::getenv("HOME");
+    std::vector<fs::path> pythons{"/usr/lib"};
+    std::error_code ignored;
+    // Python's own builds (pyenv) keep their test suite; Debian's is a package of its own.
+    for (const auto& entry :
+         fs::directory_iterator(fs::path(home ? home : "/") / ".pyenv/versions", ignored))
+        pythons.push_back(entry.path() / "lib");
+    const fs::path folders[] = {findFolder({"/usr/share/vim"}, "tutor"),
+                                findFolder(pythons, "test/cjkencodings")};
+    if ((folders[0].empty() && folders[1].empty()) ||
+        std::system("iconv --version > /dev/null 2>&1") != 0)
+        GTEST_SKIP() << "needs vim's tutor files (vim-runtime) or Python's encoded samples "
+                        "(libpython3.11-testsuite), and iconv";
     struct Case {
+        int folder; // 0 vim's tutor files, 1 Python's samples
         const char* file;
         const char* page;  // as xoconv names it
         const char* iconv; // as iconv names it; empty: iconv differs from Windows
     };
     const Case cases[] = {
-        {"tutor.ja.sjis", "932", "CP932"},
-        {"tutor.ko.euc", "949", "CP949"},
-        {"tutor.zh.euc", "936", "GBK"},
+        {0, "tutor.ja.sjis", "932", "CP932"},
+        {0, "tutor.ko.euc", "949", "CP949"},
+        {0, "tutor.zh.euc", "936", "GBK"},
         // Windows reads its user-defined area (lead 8F here) as private use; iconv
         // refuses it.
-        {"tutor.zh.big5", "950", ""},
-        {"tutor.cs.cp1250", "1250", "CP1250"},
-        {"tutor.ru.cp1251", "1251", "CP1251"},
-        {"tutor.el", "iso-8859-7", "ISO-8859-7"},
-        {"tutor.tr.iso9", "iso-8859-9", "ISO-8859-9"},
-        {"tutor.fr", "latin1", "ISO-8859-1"},
+        {0, "tutor.zh.big5", "950", ""},
+        {0, "tutor.cs.cp1250", "1250", "CP1250"},
+        {0, "tutor.ru.cp1251", "1251", "CP1251"},
+        {0, "tutor.el", "iso-8859-7", "ISO-8859-7"},
+        {0, "tutor.tr.iso9", "iso-8859-9", "ISO-8859-9"},
+        {0, "tutor.fr", "latin1", "ISO-8859-1"},
+        {1, "shift_jis.txt", "932", "CP932"},
+        {1, "cp949.txt", "949", "CP949"},
+        {1, "euc_kr.txt", "949", "CP949"},
+        {1, "gbk.txt", "936", "GBK"},
+        {1, "gb2312.txt", "936", "GBK"},
+        {1, "big5.txt", "950", "BIG5"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.file);
-        if (!fs::exists(tutor / c.file, ignored))
+        const fs::path file = folders[c.folder] / c.file;
+        if (folders[c.folder].empty() || !fs::exists(file, ignored))
             continue;
         // Five copies: long enough that the tool's pieces end inside characters.
-        const std::string one = slurp(tutor / c.file);
+        const std::string one = slurp(file);
         const std::string original = one + one + one + one + one;
         const fs::path source = at("in");
         spit(source, original);
