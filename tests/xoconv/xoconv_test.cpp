@@ -440,6 +440,33 @@ TEST_F(Xoconv, TheInputEncodingWhenNoneIsGiven) {
 
 // --detect answers with the mark, UTF-8, or the code pages that read the text, the
 // most plausible first: measured on texts nobody here wrote, vim's tutor files.
+// The folder under one of roots (or their subfolders one level down, as in
+// /usr/lib/python3.11) that holds name; empty when none does.
+fs::path findFolder(const std::vector<fs::path>& roots, const fs::path& name) {
+    std::error_code ignored;
+    for (const fs::path& root : roots) {
+        if (fs::exists(root / name, ignored))
+            return root / name;
+        for (const auto& entry : fs::directory_iterator(root, ignored))
+            if (fs::exists(entry.path() / name, ignored))
+                return entry.path() / name;
+    }
+    return {};
+}
+
+// Where real texts nobody here wrote are: vim's tutor files (Debian's vim-runtime), then
+// Python's encoded samples (Debian's libpython3.11-testsuite, or a pyenv build's own).
+// An empty path for either that is missing.
+std::vector<fs::path> realTextFolders() {
+    const char* home = std::getenv("HOME");
+    std::vector<fs::path> pythons{"/usr/lib"};
+    std::error_code ignored;
+    for (const auto& entry :
+         fs::directory_iterator(fs::path(home ? home : "/") / ".pyenv/versions", ignored))
+        pythons.push_back(entry.path() / "lib");
+    return {findFolder({"/usr/share/vim"}, "tutor"), findFolder(pythons, "test/cjkencodings")};
+}
+
 TEST_F(Xoconv, DetectRanksTheCodePages) {
     spit(at("utf8.txt"), "caf\xC3\xA9");
     spit(at("ascii.txt"), "plain");
@@ -450,29 +477,37 @@ TEST_F(Xoconv, DetectRanksTheCodePages) {
     EXPECT_NE(out_.find("ascii.txt: ASCII only"), std::string::npos) << out_;
     EXPECT_NE(out_.find("most plausible first: 932 "), std::string::npos) << out_;
 
-    fs::path tutor;
-    std::error_code ignored;
-    for (const auto& entry : fs::directory_iterator("/usr/share/vim", ignored))
-        if (fs::exists(entry.path() / "tutor" / "tutor.ja.sjis", ignored))
-            tutor = entry.path() / "tutor";
-    if (tutor.empty())
-        GTEST_SKIP() << "vim's tutor files are not installed (vim-runtime)";
-    const std::pair<const char*, const char*> files[] = {
-        {"tutor.ja.sjis", "932"},    {"tutor.ko.euc", "949"},     {"tutor.zh.euc", "936"},
-        {"tutor.zh.big5", "950"},    {"tutor.cs.cp1250", "1250"}, {"tutor.hr.cp1250", "1250"},
-        {"tutor.hu.cp1250", "1250"}, {"tutor.pl.cp1250", "1250"}, {"tutor.sk.cp1250", "1250"},
-        {"tutor.ru.cp1251", "1251"}, {"tutor.el", "1253"},        {"tutor.tr.iso9", "1254"},
-        {"tutor.fr", "1252"},        {"tutor.de", "1252"},        {"tutor.es", "1252"},
-        {"tutor.it", "1252"},        {"tutor.pt", "1252"},        {"tutor.da", "1252"},
-        {"tutor.sv", "1252"},        {"tutor.nb", "1252"},        {"tutor.ja.utf-8", ""},
+    const std::vector<fs::path> folders = realTextFolders();
+    struct File {
+        int folder; // as realTextFolders() lists them
+        const char* name;
+        const char* page; // the first answer; empty: UTF-8
     };
-    for (const auto& file : files) {
-        SCOPED_TRACE(file.first);
-        if (!fs::exists(tutor / file.first, ignored))
+    const File files[] = {
+        {0, "tutor.ja.sjis", "932"},    {0, "tutor.ko.euc", "949"},
+        {0, "tutor.zh.euc", "936"},     {0, "tutor.zh.big5", "950"},
+        {0, "tutor.cs.cp1250", "1250"}, {0, "tutor.hr.cp1250", "1250"},
+        {0, "tutor.hu.cp1250", "1250"}, {0, "tutor.pl.cp1250", "1250"},
+        {0, "tutor.sk.cp1250", "1250"}, {0, "tutor.ru.cp1251", "1251"},
+        {0, "tutor.el", "1253"},        {0, "tutor.tr.iso9", "1254"},
+        {0, "tutor.fr", "1252"},        {0, "tutor.de", "1252"},
+        {0, "tutor.es", "1252"},        {0, "tutor.it", "1252"},
+        {0, "tutor.pt", "1252"},        {0, "tutor.da", "1252"},
+        {0, "tutor.sv", "1252"},        {0, "tutor.nb", "1252"},
+        {0, "tutor.ja.utf-8", ""},      {1, "shift_jis.txt", "932"},
+        {1, "cp949.txt", "949"},        {1, "euc_kr.txt", "949"},
+        {1, "gbk.txt", "936"},          {1, "gb2312.txt", "936"},
+        {1, "big5.txt", "950"},
+    };
+    std::error_code ignored;
+    for (const File& file : files) {
+        SCOPED_TRACE(file.name);
+        const fs::path path = folders[std::size_t(file.folder)] / file.name;
+        if (folders[std::size_t(file.folder)].empty() || !fs::exists(path, ignored))
             continue;
-        ASSERT_EQ(run("--detect " + native(tutor / file.first)), 0) << err_;
-        const std::string expected = *file.second
-                                         ? std::string("most plausible first: ") + file.second + " "
+        ASSERT_EQ(run("--detect " + native(path)), 0) << err_;
+        const std::string expected = *file.page
+                                         ? std::string("most plausible first: ") + file.page + " "
                                          : "UTF-8 (no byte-order mark)";
         EXPECT_NE(out_.find(expected), std::string::npos) << out_;
     }
@@ -1023,30 +1058,9 @@ TEST_F(Xoconv, AnInterruptionRemovesTheTemporaryFile) {
 
 // Real texts nobody here wrote, vim's tutor files in their legacy encodings: to UTF-8
 // and UTF-16 as iconv converts them, byte for byte, and back to the very same bytes.
-// The folder under one of roots (or their subfolders one level down, as in
-// /usr/lib/python3.11) that holds name; empty when none does.
-fs::path findFolder(const std::vector<fs::path>& roots, const fs::path& name) {
-    std::error_code ignored;
-    for (const fs::path& root : roots) {
-        if (fs::exists(root / name, ignored))
-            return root / name;
-        for (const auto& entry : fs::directory_iterator(root, ignored))
-            if (fs::exists(entry.path() / name, ignored))
-                return entry.path() / name;
-    }
-    return {};
-}
-
 TEST_F(Xoconv, RealTextsConvertAsIconvDoesAndBack) {
-    const char* home = std::getenv("HOME");
-    std::vector<fs::path> pythons{"/usr/lib"};
+    const std::vector<fs::path> folders = realTextFolders();
     std::error_code ignored;
-    // Python's own builds (pyenv) keep their test suite; Debian's is a package of its own.
-    for (const auto& entry :
-         fs::directory_iterator(fs::path(home ? home : "/") / ".pyenv/versions", ignored))
-        pythons.push_back(entry.path() / "lib");
-    const fs::path folders[] = {findFolder({"/usr/share/vim"}, "tutor"),
-                                findFolder(pythons, "test/cjkencodings")};
     if ((folders[0].empty() && folders[1].empty()) ||
         std::system("iconv --version > /dev/null 2>&1") != 0)
         GTEST_SKIP() << "needs vim's tutor files (vim-runtime) or Python's encoded samples "
@@ -1078,8 +1092,8 @@ TEST_F(Xoconv, RealTextsConvertAsIconvDoesAndBack) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.file);
-        const fs::path file = folders[c.folder] / c.file;
-        if (folders[c.folder].empty() || !fs::exists(file, ignored))
+        const fs::path file = folders[std::size_t(c.folder)] / c.file;
+        if (folders[std::size_t(c.folder)].empty() || !fs::exists(file, ignored))
             continue;
         // Five copies: long enough that the tool's pieces end inside characters.
         const std::string one = slurp(file);

@@ -46,7 +46,7 @@ const Plausibility kJudged[] = {
      u8"这们个来为国说时对会发后过还进么开经现动当没样学实长间问东见车从"},
     {949,
      u8"|\u00B1-\u00B1\u00D7-\u00D7\u00F7-\u00F7\u0391-\u03C9\u2010-\u2312\u2460-\u26FF\uFFE0-"
-     u8"\uFFE5\u3000-\u303F\u3131-\u318E\uAC00-\uD7A3\uFF01-\uFF5E",
+     u8"\uFFE5\u3000-\u303F\u3131-\u318E\uAC00-\uD7A3\uFF01-\uFF5E\u3200-\u32FF\uF900-\uFAFF",
      u8"|\uAC00-\uD7A3"},
     {950,
      u8"|\u00B1-\u00B1\u00D7-\u00D7\u00F7-\u00F7\u0391-\u03C9\u2010-\u2312\u2460-\u26FF\uFFE0-"
