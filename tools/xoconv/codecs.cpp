@@ -188,7 +188,7 @@ std::uint32_t PageCache::askUtf8(unsigned code) {
     return bytes;
 }
 
-std::size_t Decoder::eightBitToUtf8(const unsigned char* bytes, std::size_t size, std::string& out,
+std::size_t Decoder::eightBitToUtf8(const unsigned char* bytes, std::size_t size, Bytes& out,
                                     std::size_t& units) {
     PageCache& page = *page_;
     const std::size_t start = out.size();
@@ -234,7 +234,7 @@ std::size_t Decoder::eightBitToUtf8(const unsigned char* bytes, std::size_t size
 }
 
 std::size_t utf8ToEightBit(PageCache& page, const unsigned char* bytes, std::size_t size,
-                           std::string& out, std::size_t& units) {
+                           Bytes& out, std::size_t& units) {
     const std::size_t start = out.size();
     out.resize(start + size + 1);
     const unsigned char* XOCONV_RESTRICT in = bytes;
@@ -476,8 +476,8 @@ char* encodeUtf8(const wchar_t* XOCONV_RESTRICT units, std::size_t count, char* 
 
 } // namespace
 
-std::size_t utf16ToUtf8(bool bigEndian, const unsigned char* bytes, std::size_t size,
-                        std::string& out, std::size_t& units) {
+std::size_t utf16ToUtf8(bool bigEndian, const unsigned char* bytes, std::size_t size, Bytes& out,
+                        std::size_t& units) {
     const std::size_t start = out.size();
     out.resize(start + size / 2 * 3 + 3);
     const unsigned char* XOCONV_RESTRICT in = bytes;
@@ -523,8 +523,8 @@ Encoder::Encoder(const Encoding& encoding, Lacking lacking)
         page_ = std::make_unique<PageCache>(static_cast<code_page_id>(encoding.codePageId));
 }
 
-void Encoder::encode(const wchar_t* units, std::size_t count, std::string& bytes,
-                     std::size_t& lacking, std::size_t& firstLacking) {
+void Encoder::encode(const wchar_t* units, std::size_t count, Bytes& bytes, std::size_t& lacking,
+                     std::size_t& firstLacking) {
     if (kind_ == Encoding::Ansi8) {
         if (lacking_ == Lacking::Cif)
             encodeEscaped(units, count, bytes);
@@ -580,7 +580,7 @@ void Encoder::encode(const wchar_t* units, std::size_t count, std::string& bytes
     bytes.resize(std::size_t(out - bytes.data()));
 }
 
-void Encoder::encodeEightBit(const wchar_t* units, std::size_t count, std::string& bytes,
+void Encoder::encodeEightBit(const wchar_t* units, std::size_t count, Bytes& bytes,
                              std::size_t& lacking, std::size_t& firstLacking) {
     PageCache& page = *page_;
     const std::size_t start = bytes.size();
@@ -642,7 +642,7 @@ void appendEscape(std::wstring& text, unsigned unit) {
 // (cp932 U+F8F0-F8F3) become escapes, as units it lacks do, so that what --cif writes
 // reads back as itself. The library writes the escapes of what the page lacks; a zero
 // unit ends its input, so the text goes to it between zero units.
-void Encoder::encodeEscaped(const wchar_t* units, std::size_t count, std::string& bytes) {
+void Encoder::encodeEscaped(const wchar_t* units, std::size_t count, Bytes& bytes) {
     PageCache& page = *page_;
     std::wstring escaped;
     escaped.reserve(count + count / 8);
@@ -664,11 +664,11 @@ void Encoder::encodeEscaped(const wchar_t* units, std::size_t count, std::string
             XoCharMapper::wideCharToMultiByte(page.id(), escaped.data() + start, int(end - start),
                                               converted_);
             const int size = converted_.size();
-            bytes.append(converted_.data(),
-                         std::size_t(size - (size > 0 && converted_.data()[size - 1] == 0)));
+            const char* data = converted_.data();
+            bytes.insert(bytes.end(), data, data + (size - (size > 0 && data[size - 1] == 0)));
         }
         if (end < escaped.size())
-            bytes += '\0';
+            bytes.push_back('\0');
         start = end + 1;
     }
 }

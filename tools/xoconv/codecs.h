@@ -8,7 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "XoCharMapper.h"
@@ -16,6 +18,22 @@
 #include "options.h"
 
 namespace xoconv {
+
+// Room that is not zeroed when a vector grows: encoders size their output for the
+// most it can take and write every byte before it is read, and zeroing that room cost
+// about as much as writing ASCII.
+template <class T> struct Unzeroed : std::allocator<T> {
+    template <class U> struct rebind { using other = Unzeroed<U>; };
+    Unzeroed() = default;
+    template <class U> Unzeroed(const Unzeroed<U>&) noexcept {}
+    template <class U> void construct(U* at) noexcept { ::new (static_cast<void*>(at)) U; }
+    template <class U, class... Args> void construct(U* at, Args&&... args) {
+        ::new (static_cast<void*>(at)) U(std::forward<Args>(args)...);
+    }
+};
+
+// Encoded bytes on their way out.
+using Bytes = std::vector<char, Unzeroed<char>>;
 
 // What a code page gives for each code, asked of the library once per code and kept:
 // the library resolves the page anew for every character it converts, which cost more
@@ -84,7 +102,7 @@ public:
     const std::string& problem() const { return problem_; }
     // 8-bit text into UTF-8 in one pass, as the functions below (escapes decoded when
     // read, a surrogate escape left to the careful way).
-    std::size_t eightBitToUtf8(const unsigned char* bytes, std::size_t size, std::string& out,
+    std::size_t eightBitToUtf8(const unsigned char* bytes, std::size_t size, Bytes& out,
                                std::size_t& units);
 
 private:
@@ -109,16 +127,16 @@ public:
     // Encodes units and appends the bytes. A character the target lacks counts in
     // lacking (firstLacking: its index in units, for the first one) and is written as
     // the lacking rule says. A surrogate pair is one character.
-    void encode(const wchar_t* units, std::size_t count, std::string& bytes, std::size_t& lacking,
+    void encode(const wchar_t* units, std::size_t count, Bytes& bytes, std::size_t& lacking,
                 std::size_t& firstLacking);
 
     // The code page of 8-bit text, else null.
     PageCache* page() const { return page_.get(); }
 
 private:
-    void encodeEightBit(const wchar_t* units, std::size_t count, std::string& bytes,
-                        std::size_t& lacking, std::size_t& firstLacking);
-    void encodeEscaped(const wchar_t* units, std::size_t count, std::string& bytes);
+    void encodeEightBit(const wchar_t* units, std::size_t count, Bytes& bytes, std::size_t& lacking,
+                        std::size_t& firstLacking);
+    void encodeEscaped(const wchar_t* units, std::size_t count, Bytes& bytes);
 
     Encoding::Kind kind_;
     Lacking lacking_;
@@ -135,9 +153,9 @@ bool decodeWhole(const Encoding& encoding, const std::string& bytes, std::wstrin
 // character cut by the end), appends the bytes and counts the units they stand for, and returns the
 // bytes used: the careful way goes on from there.
 std::size_t utf8ToEightBit(PageCache& page, const unsigned char* bytes, std::size_t size,
-                           std::string& out, std::size_t& units);
-std::size_t utf16ToUtf8(bool bigEndian, const unsigned char* bytes, std::size_t size,
-                        std::string& out, std::size_t& units);
+                           Bytes& out, std::size_t& units);
+std::size_t utf16ToUtf8(bool bigEndian, const unsigned char* bytes, std::size_t size, Bytes& out,
+                        std::size_t& units);
 
 // How many units at the end of a piece must wait for the next: the first half of a
 // surrogate pair, a carriage return that a line feed may follow, and a backslash that

@@ -239,7 +239,7 @@ private:
     std::wstring units_;               // decoded; the first held_ wait from the last step
     std::size_t held_ = 0;
     std::wstring changed_;
-    std::string encoded_;
+    Bytes encoded_;
     std::size_t unitBase_ = 0; // units encoded before
     std::size_t lacking_ = 0;
     std::size_t lackedIndex_ = 0;
@@ -320,8 +320,10 @@ bool Converter::step(bool final, Conversion& result) {
                      (options_.bom == 1 || (options_.bom == -1 && to != Encoding::Utf8));
     // Written here rather than by PmFILE (which writes a mark only where it can tell
     // that the stream is at its start: never on a pipe or a terminal).
-    if (first_ && bom)
-        encoded_ = markFor(to);
+    if (first_ && bom) {
+        const std::string mark = markFor(to);
+        encoded_.assign(mark.begin(), mark.end());
+    }
     first_ = false;
     convertPlainStretch();
     std::size_t units = 0, consumed = 0, bad = 0;
