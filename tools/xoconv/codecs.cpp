@@ -194,7 +194,7 @@ std::size_t Decoder::eightBitToUtf8(const unsigned char* bytes, std::size_t size
     const std::size_t start = out.size();
     out.resize(start + size * 3);
     const unsigned char* XOCONV_RESTRICT in = bytes;
-    char* XOCONV_RESTRICT at = &out[start];
+    char* XOCONV_RESTRICT at = out.data() + start;
     std::size_t i = 0, count = 0;
     while (i + 1 < size) {
         const unsigned char lead = in[i];
@@ -238,7 +238,7 @@ std::size_t utf8ToEightBit(PageCache& page, const unsigned char* bytes, std::siz
     const std::size_t start = out.size();
     out.resize(start + size + 1);
     const unsigned char* XOCONV_RESTRICT in = bytes;
-    char* XOCONV_RESTRICT at = &out[start];
+    char* XOCONV_RESTRICT at = out.data() + start;
     std::size_t i = 0, count = 0;
     while (i < size) {
         const unsigned lead = in[i];
@@ -481,7 +481,7 @@ std::size_t utf16ToUtf8(bool bigEndian, const unsigned char* bytes, std::size_t 
     const std::size_t start = out.size();
     out.resize(start + size / 2 * 3 + 3);
     const unsigned char* XOCONV_RESTRICT in = bytes;
-    char* XOCONV_RESTRICT at = &out[start];
+    char* XOCONV_RESTRICT at = out.data() + start;
     const std::size_t high = bigEndian ? 0 : 1;
     std::size_t i = 0;
     // Each unit's bytes are chosen without a branch: ASCII and three-byte characters
@@ -537,7 +537,7 @@ void Encoder::encode(const wchar_t* units, std::size_t count, Bytes& bytes, std:
                              : kind_ == Encoding::Utf32Little || kind_ == Encoding::Utf32Big ? 4
                                                                                              : 2;
     bytes.resize(start + count * most);
-    char* XOCONV_RESTRICT out = &bytes[start];
+    char* XOCONV_RESTRICT out = bytes.data() + start;
     const auto lack = [&](std::size_t i) {
         if (lacking++ == 0)
             firstLacking = i;
@@ -585,7 +585,7 @@ void Encoder::encodeEightBit(const wchar_t* units, std::size_t count, Bytes& byt
     PageCache& page = *page_;
     const std::size_t start = bytes.size();
     bytes.resize(start + count * 2);
-    char* XOCONV_RESTRICT out = &bytes[start];
+    char* XOCONV_RESTRICT out = bytes.data() + start;
     for (std::size_t i = 0; i < count; ++i) {
         const std::uint32_t code = page.bytesOf(units[i]);
         if (code != 0) {
