@@ -63,6 +63,20 @@ wchar_t* putCodePoint(wchar_t* out, unsigned long code) {
     return out;
 }
 
+// Stores the low bytes of word at out, the lowest first, as one store of four bytes
+// where the machine is little-endian (out has room for four; what lies past the
+// bytes that count is written over next).
+inline void storeWord(char* out, std::uint32_t word) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    std::memcpy(out, &word, sizeof word);
+#else
+    out[0] = char(word & 0xFF);
+    out[1] = char((word >> 8) & 0xFF);
+    out[2] = char((word >> 16) & 0xFF);
+    out[3] = char(word >> 24);
+#endif
+}
+
 // The UTF-8 of a unit of the basic plane, not a surrogate, as (length << 24) | its
 // bytes, the first in the low byte: one store of three bytes writes any of them.
 std::uint32_t utf8Word(unsigned unit) {
@@ -192,7 +206,7 @@ std::size_t Decoder::eightBitToUtf8(const unsigned char* bytes, std::size_t size
                                     std::size_t& units) {
     PageCache& page = *page_;
     const std::size_t start = out.size();
-    out.resize(start + size * 3);
+    out.resize(start + size * 3 + sizeof(std::uint32_t));
     const unsigned char* XOCONV_RESTRICT in = bytes;
     char* XOCONV_RESTRICT at = out.data() + start;
     std::size_t i = 0, count = 0;
@@ -221,9 +235,7 @@ std::size_t Decoder::eightBitToUtf8(const unsigned char* bytes, std::size_t size
                 break;
             taken = 1 + isLead;
         }
-        at[0] = char(utf8 & 0xFF);
-        at[1] = char((utf8 >> 8) & 0xFF);
-        at[2] = char((utf8 >> 16) & 0xFF);
+        storeWord(at, utf8);
         at += utf8 >> 24;
         i += taken;
         ++count;
@@ -236,7 +248,7 @@ std::size_t Decoder::eightBitToUtf8(const unsigned char* bytes, std::size_t size
 std::size_t utf8ToEightBit(PageCache& page, const unsigned char* bytes, std::size_t size,
                            Bytes& out, std::size_t& units) {
     const std::size_t start = out.size();
-    out.resize(start + size + 1);
+    out.resize(start + size + sizeof(std::uint32_t));
     const unsigned char* XOCONV_RESTRICT in = bytes;
     char* XOCONV_RESTRICT at = out.data() + start;
     std::size_t i = 0, count = 0;
@@ -260,8 +272,7 @@ std::size_t utf8ToEightBit(PageCache& page, const unsigned char* bytes, std::siz
         const std::uint32_t code = page.bytesOf(wchar_t(unit));
         if (code == 0)
             break;
-        at[0] = char(code & 0xFF);
-        at[1] = char((code >> 8) & 0xFF);
+        storeWord(at, code);
         at += code >> 16;
         i += length;
         ++count;
@@ -479,7 +490,7 @@ char* encodeUtf8(const wchar_t* XOCONV_RESTRICT units, std::size_t count, char* 
 std::size_t utf16ToUtf8(bool bigEndian, const unsigned char* bytes, std::size_t size, Bytes& out,
                         std::size_t& units) {
     const std::size_t start = out.size();
-    out.resize(start + size / 2 * 3 + 3);
+    out.resize(start + size / 2 * 3 + sizeof(std::uint32_t));
     const unsigned char* XOCONV_RESTRICT in = bytes;
     char* XOCONV_RESTRICT at = out.data() + start;
     const std::size_t high = bigEndian ? 0 : 1;
@@ -496,10 +507,10 @@ std::size_t utf16ToUtf8(bool bigEndian, const unsigned char* bytes, std::size_t 
         const unsigned two = (0xC0 | unit >> 6) | (0x80 | (unit & 0x3F)) << 8;
         const unsigned three =
             (0xE0 | unit >> 12) | (0x80 | ((unit >> 6) & 0x3F)) << 8 | (0x80 | (unit & 0x3F)) << 16;
-        const unsigned word = large ? three : middle ? two : unit;
-        at[0] = char(word & 0xFF);
-        at[1] = char((word >> 8) & 0xFF);
-        at[2] = char((word >> 16) & 0xFF);
+        // Selected by masks: a compiler turns the plain conditional back into branches.
+        unsigned word = unit ^ ((unit ^ two) & (0u - middle));
+        word ^= (word ^ three) & (0u - large);
+        storeWord(at, word);
         at += 1 + middle + large;
     }
     out.resize(std::size_t(at - out.data()));
