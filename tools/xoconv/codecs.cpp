@@ -495,23 +495,33 @@ std::size_t utf16ToUtf8(bool bigEndian, const unsigned char* bytes, std::size_t 
     char* XOCONV_RESTRICT at = out.data() + start;
     const std::size_t high = bigEndian ? 0 : 1;
     std::size_t i = 0;
-    // Each unit's bytes are chosen without a branch: ASCII and three-byte characters
-    // alternate every few units in East Asian text, and the input moves on by two
-    // bytes whatever the unit, so nothing waits on the data but the output's length.
-    for (; i + 2 <= size; i += 2) {
-        const unsigned unit = unsigned(in[i + high]) << 8 | in[i + 1 - high];
+    const auto unitAt = [&](std::size_t at16) {
+        return unsigned(in[at16 + high]) << 8 | in[at16 + 1 - high];
+    };
+    // Runs of one script: ASCII, then three-byte characters (East Asian text), each in
+    // a loop of its own, so that the branches change direction once a run.
+    while (i + 2 <= size) {
+        unsigned unit;
+        while (i + 2 <= size && (unit = unitAt(i)) < 0x80) {
+            *at++ = char(unit);
+            i += 2;
+        }
+        while (i + 2 <= size && (unit = unitAt(i)) >= 0x800 && !surrogate(unit)) {
+            storeWord(at, (0xE0 | unit >> 12) | (0x80 | ((unit >> 6) & 0x3F)) << 8 |
+                              (0x80 | (unit & 0x3F)) << 16);
+            at += 3;
+            i += 2;
+        }
+        if (i + 2 > size)
+            break;
+        unit = unitAt(i);
         if (surrogate(unit))
             break; // a pair, or a lone half: the careful way
-        const unsigned middle = unit >= 0x80 ? 1u : 0u;
-        const unsigned large = unit >= 0x800 ? 1u : 0u;
-        const unsigned two = (0xC0 | unit >> 6) | (0x80 | (unit & 0x3F)) << 8;
-        const unsigned three =
-            (0xE0 | unit >> 12) | (0x80 | ((unit >> 6) & 0x3F)) << 8 | (0x80 | (unit & 0x3F)) << 16;
-        // Selected by masks: a compiler turns the plain conditional back into branches.
-        unsigned word = unit ^ ((unit ^ two) & (0u - middle));
-        word ^= (word ^ three) & (0u - large);
-        storeWord(at, word);
-        at += 1 + middle + large;
+        if (unit >= 0x80 && unit < 0x800) {
+            storeWord(at, (0xC0 | unit >> 6) | (0x80 | (unit & 0x3F)) << 8);
+            at += 2;
+            i += 2;
+        }
     }
     out.resize(std::size_t(at - out.data()));
     units = i / 2;
