@@ -130,6 +130,26 @@ protected:
         return dir_ / name;
     }
 
+    // A table's conversion of the file "in.txt": its options and bytes, the status
+    // expected, and standard output then (status 0, not --detect) or what the output
+    // or a message holds.
+    struct Conversion {
+        std::string options, in;
+        int status;
+        std::string out;
+    };
+    void expectConversions(const std::vector<Conversion>& cases) {
+        for (const Conversion& c : cases) {
+            SCOPED_TRACE(c.options);
+            spit(at("in.txt"), c.in);
+            ASSERT_EQ(run(c.options + " " + native(at("in.txt"))), c.status) << err_;
+            if (c.status == 0 && c.options.find("--detect") == std::string::npos)
+                EXPECT_EQ(out_, c.out);
+            else
+                EXPECT_NE((out_ + err_).find(c.out), std::string::npos) << out_ << err_;
+        }
+    }
+
     fs::path dir_;
     std::string out_, err_;
 };
@@ -245,26 +265,16 @@ TEST_F(Xoconv, AnOutputOntoAnInputNeedsInPlace) {
 // the library's conversion stops at one.
 TEST_F(Xoconv, ZeroBytesAreKept) {
     using namespace std::string_literals;
-    struct Case {
-        const char* options;
-        std::string in, out;
-    };
-    const Case cases[] = {
-        {"--from 1252 --to utf-8", "a\0b\nc\n"s, "a\0b\nc\n"s},
-        {"--from 1252 --to utf-8", "\0\0\xE9\0"s, "\0\0\xC3\xA9\0"s},
-        {"--from 1252 --to utf-8 --no-escapes", "a\0b\nc\n"s, "a\0b\nc\n"s},
-        {"--from 932 --to utf-8", "\x82\xA0\0\\U+4E2D\0"s, "\xE3\x81\x82\0\xE4\xB8\xAD\0"s},
-        {"--from utf-8 --to 1252", "a\0\xC3\xA9\n"s, "a\0\xE9\n"s},
-        {"--from utf-8 --to 1252 --cif", "a\0\xE4\xB8\xAD\0"s, "a\0\\U+4E2D\0"s},
-        {"--from utf-8 --to utf-16le --no-bom", "a\0b"s, "a\0\0\0b\0"s},
-        {"--from utf-16le --to utf-8", "a\0\0\0b\0"s, "a\0b"s},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.options);
-        spit(at("in.txt"), c.in);
-        ASSERT_EQ(run(std::string(c.options) + " " + native(at("in.txt"))), 0) << err_;
-        EXPECT_EQ(out_, c.out);
-    }
+    expectConversions({
+        {"--from 1252 --to utf-8", "a\0b\nc\n"s, 0, "a\0b\nc\n"s},
+        {"--from 1252 --to utf-8", "\0\0\xE9\0"s, 0, "\0\0\xC3\xA9\0"s},
+        {"--from 1252 --to utf-8 --no-escapes", "a\0b\nc\n"s, 0, "a\0b\nc\n"s},
+        {"--from 932 --to utf-8", "\x82\xA0\0\\U+4E2D\0"s, 0, "\xE3\x81\x82\0\xE4\xB8\xAD\0"s},
+        {"--from utf-8 --to 1252", "a\0\xC3\xA9\n"s, 0, "a\0\xE9\n"s},
+        {"--from utf-8 --to 1252 --cif", "a\0\xE4\xB8\xAD\0"s, 0, "a\0\\U+4E2D\0"s},
+        {"--from utf-8 --to utf-16le --no-bom", "a\0b"s, 0, "a\0\0\0b\0"s},
+        {"--from utf-16le --to utf-8", "a\0\0\0b\0"s, 0, "a\0b"s},
+    });
 }
 
 TEST_F(Xoconv, ByteOrderMarksDecideTheInput) {
@@ -283,13 +293,7 @@ TEST_F(Xoconv, ByteOrderMarksDecideTheInput) {
 // UTF-32 of both byte orders, read by its mark or by name, and written.
 TEST_F(Xoconv, Utf32BothOrders) {
     using namespace std::string_literals;
-    struct Case {
-        const char* options;
-        std::string in;
-        int status;
-        std::string out; // standard output, or what the message holds
-    };
-    const Case cases[] = {
+    expectConversions({
         {"", "\xFF\xFE\0\0A\0\0\0\xE9\0\0\0"s, 0, "A\xC3\xA9"},
         {"", "\0\0\xFE\xFF\0\0\0A\0\0\0\xE9"s, 0, "A\xC3\xA9"},
         {"--from utf-32be", "\0\0\0A\0\0\0\xE9"s, 0, "A\xC3\xA9"},
@@ -302,16 +306,7 @@ TEST_F(Xoconv, Utf32BothOrders) {
         {"--from utf-32le", "A\0\0\0\0\0\x11\0"s, 1, "byte 4: not a UTF-32 character"},
         {"--from utf-32le", "A\0\0\0B\0"s, 1, "byte 4: a partial character"},
         {"--from utf-16le --to utf-32le", "\x3D\xD8"s, 1, "lone surrogate"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.options + (" " + c.out));
-        spit(at("in.txt"), c.in);
-        ASSERT_EQ(run(std::string(c.options) + " " + native(at("in.txt"))), c.status) << err_;
-        if (c.status == 0 && std::string(c.options) != "--detect")
-            EXPECT_EQ(out_, c.out);
-        else
-            EXPECT_NE((out_ + err_).find(c.out), std::string::npos) << out_ << err_;
-    }
+    });
 }
 
 // Characters beyond U+FFFF: a surrogate pair in UTF-16 (or two CIF escapes making
@@ -319,13 +314,7 @@ TEST_F(Xoconv, Utf32BothOrders) {
 TEST_F(Xoconv, CharactersBeyondTheBasicPlane) {
     using namespace std::string_literals;
     const std::string utf8 = "\xF0\x9F\x93\x90"; // U+1F4D0
-    struct Case {
-        const char* options;
-        std::string in;
-        int status;
-        std::string out; // standard output, or what the message holds
-    };
-    const Case cases[] = {
+    expectConversions({
         {"--from utf-16le", "\x3D\xD8\xD0\xDC"s, 0, utf8},
         {"--from utf-16be", "\xFE\xFF\xD8\x3D\xDC\xD0"s, 0, utf8},
         {"--from utf-8 --to utf-16le --no-bom", "a" + utf8, 0, "a\0\x3D\xD8\xD0\xDC"s},
@@ -343,59 +332,40 @@ TEST_F(Xoconv, CharactersBeyondTheBasicPlane) {
         // A code page lacks the character, not each half of its pair.
         {"--from utf-8 --to 1252", "a" + utf8, 1, "character 1 (U+1F4D0) and 0 other(s)"},
         {"--from utf-8 --to 932 --replace", "a" + utf8 + "b", 0, "a?b"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.options);
-        spit(at("in.txt"), c.in);
-        ASSERT_EQ(run(std::string(c.options) + " " + native(at("in.txt"))), c.status) << err_;
-        if (c.status == 0)
-            EXPECT_EQ(out_, c.out);
-        else
-            EXPECT_NE(err_.find(c.out), std::string::npos) << err_;
-    }
+    });
 }
 
 // iconv's conventions: the common names, attached values, utf-16 by its mark.
 TEST_F(Xoconv, IconvNamesAndConventions) {
     using namespace std::string_literals;
-    struct Case {
-        const char* options;
-        std::string in, out;
-    };
     const std::string a = "\xE3\x81\x82"; // あ
-    const Case cases[] = {
-        {"-f SHIFT_JIS", "\x82\xA0", a},
-        {"-f sjis", "\x82\xA0", a},
-        {"-f CP932", "\x82\xA0", a},
-        {"-f Windows-31J", "\x82\xA0", a},
-        {"-fcp932", "\x82\xA0", a},
-        {"-f windows-1252", "\x80", "\xE2\x82\xAC"},
-        {"-f latin1", "\xE9", "\xC3\xA9"},
-        {"-f ISO-8859-1", "\xE9", "\xC3\xA9"},
-        {"-f iso_8859-2", "\xB1", "\xC4\x85"},
-        {"-f GBK", "\xD6\xD0", "\xE4\xB8\xAD"},
-        {"-f BIG5", "\xA4\xA4", "\xE4\xB8\xAD"},
-        {"-f EUC-KR", "\xC7\xD1", "\xED\x95\x9C"},
-        {"-f ibm850", "\x82", "\xC3\xA9"},
-        {"-f utf-8 -tUTF-16LE --no-bom", "A", "A\0"s},
-        {"-f UTF-16", "\xFE\xFF\0A"s, "A"},
+    expectConversions({
+        {"-f SHIFT_JIS", "\x82\xA0", 0, a},
+        {"-f sjis", "\x82\xA0", 0, a},
+        {"-f CP932", "\x82\xA0", 0, a},
+        {"-f Windows-31J", "\x82\xA0", 0, a},
+        {"-fcp932", "\x82\xA0", 0, a},
+        {"-f windows-1252", "\x80", 0, "\xE2\x82\xAC"},
+        {"-f latin1", "\xE9", 0, "\xC3\xA9"},
+        {"-f ISO-8859-1", "\xE9", 0, "\xC3\xA9"},
+        {"-f iso_8859-2", "\xB1", 0, "\xC4\x85"},
+        {"-f GBK", "\xD6\xD0", 0, "\xE4\xB8\xAD"},
+        {"-f BIG5", "\xA4\xA4", 0, "\xE4\xB8\xAD"},
+        {"-f EUC-KR", "\xC7\xD1", 0, "\xED\x95\x9C"},
+        {"-f ibm850", "\x82", 0, "\xC3\xA9"},
+        {"-f utf-8 -tUTF-16LE --no-bom", "A", 0, "A\0"s},
+        {"-f UTF-16", "\xFE\xFF\0A"s, 0, "A"},
         {"-f UTF-16",
          "\xFF\xFE"
          "A\0"s,
-         "A"},
-        {"-f utf-16", "A\0"s, "A"},
-        {"-f UTF-32", "\0\0\xFE\xFF\0\0\0A"s, "A"},
-        {"-f utf-8 -t UTF-16", "A",
+         0, "A"},
+        {"-f utf-16", "A\0"s, 0, "A"},
+        {"-f UTF-32", "\0\0\xFE\xFF\0\0\0A"s, 0, "A"},
+        {"-f utf-8 -t UTF-16", "A", 0,
          "\xFF\xFE"
          "A\0"s},
-        {"-f utf-8 -t utf-32", "A", "\xFF\xFE\0\0A\0\0\0"s},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.options);
-        spit(at("in.txt"), c.in);
-        ASSERT_EQ(run(std::string(c.options) + " " + native(at("in.txt"))), 0) << err_;
-        EXPECT_EQ(out_, c.out);
-    }
+        {"-f utf-8 -t utf-32", "A", 0, "\xFF\xFE\0\0A\0\0\0"s},
+    });
     spit(at("in.txt"), "\x82\xA0");
     ASSERT_EQ(run("-fcp932 -tutf-16be -o" + native(at("out.txt")) + " " + native(at("in.txt"))), 0)
         << err_;
@@ -438,8 +408,6 @@ TEST_F(Xoconv, TheInputEncodingWhenNoneIsGiven) {
     }
 }
 
-// --detect answers with the mark, UTF-8, or the code pages that read the text, the
-// most plausible first: measured on texts nobody here wrote, vim's tutor files.
 // The folder under one of roots (or their subfolders one level down, as in
 // /usr/lib/python3.11) that holds name; empty when none does.
 fs::path findFolder(const std::vector<fs::path>& roots, const fs::path& name) {
@@ -467,6 +435,9 @@ std::vector<fs::path> realTextFolders() {
     return {findFolder({"/usr/share/vim"}, "tutor"), findFolder(pythons, "test/cjkencodings")};
 }
 
+// --detect answers with the mark, UTF-8, or the code pages that read the text, the
+// most plausible first: measured on texts nobody here wrote, vim's tutor files and
+// Python's encoded samples.
 TEST_F(Xoconv, DetectRanksTheCodePages) {
     spit(at("utf8.txt"), "caf\xC3\xA9");
     spit(at("ascii.txt"), "plain");
