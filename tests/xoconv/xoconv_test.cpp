@@ -301,6 +301,16 @@ TEST_F(Xoconv, Utf32BothOrders) {
         {"--from utf-16le --to utf-32le", "\x3D\xD8\xD0\xDC"s, 0, "\xFF\xFE\0\0\xD0\xF4\x01\0"s},
         {"--from 1252 --to utf-32be --no-bom", "\xE9"s, 0, "\0\0\0\xE9"s},
         {"--from utf-16le", "\xFF\xFE\0\0A\0"s, 0, "\0A"s}, // the UTF-16 mark, then U+0000
+        // Marks that are text in the form stated, and one that is not.
+        {"--from utf-16le --to utf-16be --no-bom", "\xEF\xBB\xBF\x63"s, 0, "\xBB\xEF\x63\xBF"s},
+        {"--from utf-16le --to utf-16be --no-bom", "\0\0\xFE\xFF"s, 0, "\0\0\xFF\xFE"s},
+        {"--from utf-32le --to utf-32be --no-bom", "\xFF\xFE\x01\0"s, 0, "\0\x01\xFE\xFF"s},
+        {"--from utf-16 --to utf-16be --no-bom", "\xFE\xFF\0A"s, 0, "\0A"s},
+        {"--from utf-16be",
+         "\xFF\xFE"
+         "A\0"s,
+         1, "the byte-order mark says UTF-16LE"},
+        {"--from utf-32be", "\xFF\xFE\0\0"s, 1, "the byte-order mark says UTF-32LE"},
         {"--detect", "\xFF\xFE\0\0A\0\0\0"s, 0, "byte-order mark UTF-32LE"},
         {"--detect", "\0\0\xFE\xFF\0\0\0A"s, 0, "byte-order mark UTF-32BE"},
         {"--from utf-32le", "A\0\0\0\0\0\x11\0"s, 1, "byte 4: not a UTF-32 character"},

@@ -165,6 +165,39 @@ bool wholeInputIsUtf8(Source& in, std::vector<unsigned char>& buffer, std::size_
     }
 }
 
+constexpr long kMark = 0xFEFF;
+constexpr long kReversedMark = 0xFFFE;
+
+// The size of a code unit of a UTF-16 or UTF-32 form, else 0.
+std::size_t unitSize(Encoding::Kind kind) {
+    switch (kind) {
+    case Encoding::Utf16Little:
+    case Encoding::Utf16Big:
+        return 2;
+    case Encoding::Utf32Little:
+    case Encoding::Utf32Big:
+        return 4;
+    default:
+        return 0;
+    }
+}
+
+// The first character of a UTF-16 or UTF-32 text (the first unit of UTF-16), or -1
+// when the text is shorter than a unit or the unit is no character.
+long firstCharacter(Encoding::Kind kind, const unsigned char* bytes, std::size_t size) {
+    const std::size_t width = unitSize(kind);
+    if (size < width)
+        return -1;
+    const bool big = kind == Encoding::Utf16Big || kind == Encoding::Utf32Big;
+    unsigned long value = 0;
+    for (std::size_t i = 0; i < width; ++i)
+        value |= static_cast<unsigned long>(bytes[i]) << (8 * (big ? width - 1 - i : i));
+    const bool surrogate = value >= 0xD800 && value <= 0xDFFF;
+    if (width == 4 && (value > 0x10FFFF || surrogate))
+        return -1;
+    return static_cast<long>(value);
+}
+
 // The encoding of the input from what --from says and the byte-order mark at the start
 // of head; markSize receives the mark's size.
 bool chooseEncoding(const Options& options, const unsigned char* head, std::size_t size,
@@ -172,19 +205,22 @@ bool chooseEncoding(const Options& options, const unsigned char* head, std::size
     encoding = options.from;
     Encoding marked;
     markSize = markOf(head, size, marked);
-    // FF FE 00 00 is also the UTF-16 mark followed by U+0000: what --from says decides.
-    if (marked.kind == Encoding::Utf32Little && encoding.kind == Encoding::Utf16Little) {
-        marked.kind = Encoding::Utf16Little;
-        markSize = 2;
-    }
     // "utf-16" and "utf-32" take the order the mark gives.
-    const auto width = [](Encoding::Kind kind) {
-        return kind == Encoding::Utf16Little || kind == Encoding::Utf16Big   ? 16
-               : kind == Encoding::Utf32Little || kind == Encoding::Utf32Big ? 32
-                                                                             : 0;
-    };
-    if (markSize > 0 && encoding.eitherOrder && width(marked.kind) == width(encoding.kind))
+    if (markSize > 0 && encoding.eitherOrder && unitSize(marked.kind) == unitSize(encoding.kind))
         encoding.kind = marked.kind;
+    // Another form's mark may be text in the form stated: FF FE 00 00 is the UTF-16LE
+    // mark and U+0000, EF BB BF is U+BBEF (a Hangul syllable) in UTF-16LE, 00 00 FE FF is
+    // U+0000 U+FFFE. What --from says decides; only a first character that cannot be
+    // (or is a reversed mark) makes the mark a contradiction.
+    if (markSize > 0 && marked.kind != encoding.kind && unitSize(encoding.kind) > 0) {
+        const long first = firstCharacter(encoding.kind, head, size);
+        if (first == kMark) {
+            marked.kind = encoding.kind;
+            markSize = unitSize(encoding.kind);
+        } else if (first >= 0 && first != kReversedMark) {
+            markSize = 0;
+        }
+    }
     if (markSize > 0) {
         if (encoding.kind != Encoding::Auto && encoding.kind != marked.kind) {
             error =
