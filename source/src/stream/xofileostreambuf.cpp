@@ -63,6 +63,28 @@ void copyRecord(unsigned char* dest, const unsigned char* src, unsigned int coun
     }
 }
 
+// Makes room for size bytes in the buffer, doubling as it goes. A growth the allocator
+// refuses leaves the buffer with no storage at all, so what waits is kept aside
+// meanwhile and then goes to the file; false when there is no room to be had.
+bool makeRoom(XoFileStreamBufImpl& file, XoFlatMemBuf& buffer, unsigned int size) {
+    const auto capacity = unsigned(buffer.capacity());
+    if (size <= capacity)
+        return true;
+    unsigned char kept[kBufferedWriteLimit];
+    const auto count = unsigned(waiting(buffer));
+    if (count > 0) {
+        XoBuffer bytes;
+        buffer.getBufferAt(0, bytes, count);
+        std::memcpy(kept, bytes.data(), count);
+    }
+    buffer.reserve(std::max(size, std::min(2 * capacity, kBufferedWriteLimit)));
+    if (buffer.capacity() >= size)
+        return true;
+    buffer.rewind();
+    file.XoFileStreamBufImpl::writeBytes(kept, count);
+    return false;
+}
+
 // Everything but a small write into room already there: the flush rules.
 [[gnu::noinline]] void writeThroughBuffer(XoFileStreamBufImpl& file, XoFlatMemBuf& buffer,
                                           const unsigned char* src, unsigned int count) {
@@ -73,7 +95,10 @@ void copyRecord(unsigned char* dest, const unsigned char* src, unsigned int coun
     }
     if (waiting(buffer) + count > kBufferedWriteLimit)
         flush(file, buffer);
-    buffer.writeBytes(src, count);
+    if (makeRoom(file, buffer, unsigned(waiting(buffer)) + count))
+        buffer.writeBytes(src, count);
+    else
+        file.XoFileStreamBufImpl::writeBytes(src, count);
 }
 
 } // namespace
