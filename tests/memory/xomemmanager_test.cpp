@@ -70,23 +70,20 @@ protected:
 
 TEST_F(XoMemManagerTest, SizesUpTo256AndExactly1024AreSmallBlocks) {
     EXPECT_EQ(m_manager->allocate(0), nullptr);
-    for (std::size_t size : {1u, 16u, 17u, 200u, 256u, 1024u}) {
+    for (std::size_t size : {1u, 16u, 17u, 200u, 256u, 257u, 1023u, 1024u, 1025u, 4096u}) {
+        const bool small = size <= 256 || size == 1024;
         void* p = m_manager->allocate(size);
         ASSERT_NE(p, nullptr) << size;
-        EXPECT_TRUE(m_impl->isSmallBlock(p)) << size;
-        EXPECT_GE(xo::XoMemManagerImpl::smallBlockSize(p), size);
-        // Blocks stay clear of the region's bookkeeping record.
-        EXPECT_LE(addressOf(p) + size, regionOf(p) + kRegion - xo::kSmallRecordSize);
-        EXPECT_EQ(addressOf(p) % 16, 0u);
+        EXPECT_EQ(m_impl->isSmallBlock(p), small) << size;
+        if (small) {
+            EXPECT_GE(xo::XoMemManagerImpl::smallBlockSize(p), size);
+            // Blocks stay clear of the region's bookkeeping record.
+            EXPECT_LE(addressOf(p) + size, regionOf(p) + kRegion - xo::kSmallRecordSize);
+            EXPECT_EQ(addressOf(p) % 16, 0u);
+        } else {
+            EXPECT_GE(xo::XoPrivateHeap::capacityOf(p), size);
+        }
         fill(p, size, 1);
-        m_manager->deallocate(p);
-    }
-    for (std::size_t size : {257u, 1023u, 1025u, 4096u}) {
-        void* p = m_manager->allocate(size);
-        ASSERT_NE(p, nullptr) << size;
-        EXPECT_FALSE(m_impl->isSmallBlock(p)) << size;
-        EXPECT_GE(xo::XoPrivateHeap::capacityOf(p), size);
-        fill(p, size, 2);
         m_manager->deallocate(p);
     }
     void* heapBlock = m_manager->allocateFromHeap(16);

@@ -117,31 +117,26 @@ TEST(XoMemory, ReallocZeroKeepsTheBlockAndNullBehavesAsTheRuntime) {
 }
 
 TEST(XoMemory, ReallocAlwaysMovesPoolBlocksAndCopiesTheSmallerSize) {
-    void* p = _xoMalloc(24);
-    fill(p, 24, 5);
-    void* grown = _xoRealloc(p, 100);
-    EXPECT_NE(grown, p);
-    EXPECT_EQ(blockSize(grown), 104u);
-    EXPECT_TRUE(holds(grown, 24, 5));
-
-    void* big = _xoMalloc(256);
-    fill(big, 256, 6);
-    void* shrunk = _xoRealloc(big, 10);
-    EXPECT_NE(shrunk, big);
-    EXPECT_EQ(blockSize(shrunk), 16u);
-    EXPECT_TRUE(holds(shrunk, 10, 6));
-
-    void* same = _xoMalloc(64);
-    fill(same, 64, 7);
-    void* moved = _xoRealloc(same, 64);
-    EXPECT_NE(moved, same) << "moved even at the same size";
-    EXPECT_TRUE(holds(moved, 64, 7));
-
-    void* toHeap = _xoRealloc(moved, 5000);
-    EXPECT_FALSE(pooled(toHeap));
-    EXPECT_TRUE(holds(toHeap, 64, 7));
-    for (void* q : {grown, shrunk, toHeap})
+    const struct {
+        const char* name;
+        std::size_t from, to, block; // block 0: the runtime heap's
+    } rows[] = {{"grown", 24, 100, 104},
+                {"shrunk", 256, 10, 16},
+                {"moved even at the same size", 64, 64, 64},
+                {"to the heap", 64, 5000, 0}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        void* p = _xoMalloc(row.from);
+        fill(p, row.from, 5);
+        void* q = _xoRealloc(p, row.to);
+        EXPECT_NE(q, p);
+        EXPECT_EQ(pooled(q), row.block != 0);
+        if (row.block != 0) {
+            EXPECT_EQ(blockSize(q), row.block);
+        }
+        EXPECT_TRUE(holds(q, row.from < row.to ? row.from : row.to, 5));
         _xoFree(q);
+    }
 }
 
 TEST(XoMemory, StrdupCopiesUnitsWithTheTerminator) {
