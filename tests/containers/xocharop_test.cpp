@@ -39,15 +39,7 @@ int formatLength(const char* format, ...) {
     return n;
 }
 
-int formatBounded(char* buffer, std::size_t size, const char* format, ...) {
-    va_list args;
-    va_start(args, format);
-    const int n = XoCharOp::format(buffer, size, format, args);
-    va_end(args);
-    return n;
-}
-
-int formatBounded(wchar_t* buffer, std::size_t size, const wchar_t* format, ...) {
+template <class C> int formatBounded(C* buffer, std::size_t size, const C* format, ...) {
     va_list args;
     va_start(args, format);
     const int n = XoCharOp::format(buffer, size, format, args);
