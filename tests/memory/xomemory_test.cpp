@@ -9,14 +9,13 @@
 #include <pthread.h>
 #endif
 
-#include <deque>
-#include <mutex>
-
 #include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
+#include <mutex>
 #include <set>
 #include <thread>
 #include <vector>
@@ -255,39 +254,6 @@ TEST(XoMemory, ThreadsAllocatingTogetherGetDistinctBlocks) {
         _xoFree(p);
 }
 
-} // namespace
-
-#if defined(__SANITIZE_ADDRESS__)
-namespace {
-
-// The pool tells AddressSanitizer which of its memory is free.
-TEST(XoMemoryDeathTest, UseAfterFreeOfAPoolBlockIsReported) {
-    EXPECT_DEATH(
-        {
-            auto* p = static_cast<volatile char*>(_xoMalloc(32));
-            _xoFree(const_cast<char*>(p));
-            p[3] = 1;
-        },
-        "use-after-poison|use-after-free");
-}
-
-TEST(XoMemoryDeathTest, OverflowIntoTheNeighbouringBlockIsReported) {
-    EXPECT_DEATH(
-        {
-            auto* p = static_cast<volatile char*>(_xoMalloc(64));
-            auto* q = static_cast<volatile char*>(_xoMalloc(64));
-            volatile char* low = p < q ? p : q;
-            _xoFree(const_cast<char*>(p < q ? q : p)); // the upper block is free again
-            low[64] = 1;
-        },
-        "use-after-poison");
-}
-
-} // namespace
-#endif
-
-namespace {
-
 TEST(XoMemory, BlocksFreedOnAnotherThreadKeepTheirPatternsUntilThen) {
     struct Block {
         void* p;
@@ -341,10 +307,6 @@ TEST(XoMemory, TheLastFreedBlockIsHandedOutFirst) {
     EXPECT_EQ(again, first) << "the thread cache is last in, first out";
     _xoFree(again);
 }
-
-} // namespace
-
-namespace {
 
 // Runs the armed function on the armed thread while it exits, after the library's own
 // exit call for it, as a client's late thread-exit code would: a pthread key made after
@@ -477,6 +439,35 @@ TEST(XoMemoryDeathTest, AfterThePoolsCloseCachedBlocksAreDroppedAndFreesIgnored)
 }
 
 } // namespace
+
+#if defined(__SANITIZE_ADDRESS__)
+namespace {
+
+// The pool tells AddressSanitizer which of its memory is free.
+TEST(XoMemoryDeathTest, UseAfterFreeOfAPoolBlockIsReported) {
+    EXPECT_DEATH(
+        {
+            auto* p = static_cast<volatile char*>(_xoMalloc(32));
+            _xoFree(const_cast<char*>(p));
+            p[3] = 1;
+        },
+        "use-after-poison|use-after-free");
+}
+
+TEST(XoMemoryDeathTest, OverflowIntoTheNeighbouringBlockIsReported) {
+    EXPECT_DEATH(
+        {
+            auto* p = static_cast<volatile char*>(_xoMalloc(64));
+            auto* q = static_cast<volatile char*>(_xoMalloc(64));
+            volatile char* low = p < q ? p : q;
+            _xoFree(const_cast<char*>(p < q ? q : p)); // the upper block is free again
+            low[64] = 1;
+        },
+        "use-after-poison");
+}
+
+} // namespace
+#endif
 
 #if defined(_WIN32)
 extern "C" __attribute__((section(".CRT$XLY"), used)) const PIMAGE_TLS_CALLBACK g_xoTestLateExit =
