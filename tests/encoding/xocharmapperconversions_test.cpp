@@ -126,39 +126,35 @@ template <class Fn> int thrownStatus(Fn&& fn) {
 
 // --- UTF-8 ---
 
-TEST(XoCharMapperUtf8, DecodesOneTwoAndThreeByteSequences) {
-    EXPECT_EQ(fromUtf8("A\xC3\xA9\xE4\xB8\xAD", 0), withZero(L"A\u00E9\u4E2D"));
-    EXPECT_EQ(fromUtf8("\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF", 0),
-              withZero(L"\u0080\u07FF\u0800\uFFFF"));
-}
-
-TEST(XoCharMapperUtf8, BytesThatStartNoCompleteSequenceStandForThemselves) {
-    EXPECT_EQ(fromUtf8("\xC3\x28", 0), withZero(L"\u00C3("));
-    EXPECT_EQ(fromUtf8("\x80\xBF\xFF", 0), withZero(L"\u0080\u00BF\u00FF"));
-    EXPECT_EQ(fromUtf8("a\xC3", 0), withZero(L"a\u00C3"));
-    // A three-byte lead with one continuation byte takes the two-byte rule.
-    EXPECT_EQ(fromUtf8("\xE4\xB8"
-                       "A",
-                       0),
-              withZero(L"\u0138A"));
-}
-
-TEST(XoCharMapperUtf8, LeadsFromF0AreReadAsThreeByteLeads) {
-    // U+1F600: the first three bytes make one unit of their own, the fourth stands alone.
-    WideVector out;
-    XoCharMapper::utf8ToUnicode("\xF0\x9F\x98\x80", 4, out);
-    ASSERT_EQ(out.size(), 3);
-    EXPECT_EQ(all(out), withZero(L"\u07D8\u0080"));
-    EXPECT_EQ(fromUtf8("\xF8\x80\x80\xFF\xBF\xBF", 0), withZero(L"\u8000\uFFFF"));
-}
-
-TEST(XoCharMapperUtf8, TheByteAtIndexLengthIsStillRead) {
-    EXPECT_EQ(fromUtf8("abcd", 2), withZero(L"abc"));
-    EXPECT_EQ(fromUtf8("ab\xC3\xA9z", 2), withZero(L"ab\u00E9")); // a sequence may start there
-    EXPECT_EQ(fromUtf8("ab", 2), withZero(L"ab"));
-    EXPECT_EQ(fromUtf8("ab\0cd", 4), withZero(L"ab"));     // a 0 byte ends it first
-    EXPECT_EQ(fromUtf8("abcdef", 0), withZero(L"abcdef")); // 0: up to the terminator
-    EXPECT_EQ(fromUtf8("abc", -1), withZero(L""));
+TEST(XoCharMapperUtf8, DecodesSequencesAndReadsTheByteAtIndexLength) {
+    const struct {
+        const char* in;
+        int length;
+        const wchar_t* out;
+    } cases[] = {{"A\xC3\xA9\xE4\xB8\xAD", 0, L"A\u00E9\u4E2D"},
+                 {"\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF", 0, L"\u0080\u07FF\u0800\uFFFF"},
+                 // Bytes that start no complete sequence stand for themselves; a three-byte lead
+                 // with one continuation byte takes the two-byte rule.
+                 {"\xC3\x28", 0, L"\u00C3("},
+                 {"\x80\xBF\xFF", 0, L"\u0080\u00BF\u00FF"},
+                 {"a\xC3", 0, L"a\u00C3"},
+                 {"\xE4\xB8"
+                  "A",
+                  0, L"\u0138A"},
+                 // Leads from F0 are three-byte leads: the first three bytes of U+1F600 make one
+                 // unit, the fourth stands alone.
+                 {"\xF0\x9F\x98\x80", 4, L"\u07D8\u0080"},
+                 {"\xF8\x80\x80\xFF\xBF\xBF", 0, L"\u8000\uFFFF"},
+                 // The byte at index length is still read, and a sequence may start there; a 0
+                 // byte ends it first; 0 reads up to the terminator.
+                 {"abcd", 2, L"abc"},
+                 {"ab\xC3\xA9z", 2, L"ab\u00E9"},
+                 {"ab", 2, L"ab"},
+                 {"ab\0cd", 4, L"ab"},
+                 {"abcdef", 0, L"abcdef"},
+                 {"abc", -1, L""}};
+    for (const auto& c : cases)
+        EXPECT_EQ(fromUtf8(c.in, c.length), withZero(c.out)) << c.in << " length " << c.length;
 }
 
 TEST(XoCharMapperUtf8, OutputIsWrittenFromTheStartAndSizedToWhatWasWritten) {
@@ -170,21 +166,25 @@ TEST(XoCharMapperUtf8, OutputIsWrittenFromTheStartAndSizedToWhatWasWritten) {
 }
 
 TEST(XoCharMapperUtf8, WidensEachUnitOnItsOwnAfterWhatTheVectorHolds) {
-    EXPECT_EQ(toUtf8(L"A\u00E9\u4E2D", 3), withZero("A\xC3\xA9\xE4\xB8\xAD"));
-    EXPECT_EQ(toUtf8(L"\u007F\u0080\u07FF\u0800\uFFFF", 5),
-              withZero("\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF"));
-    // A surrogate pair is two units of three bytes each.
-    const std::wstring pair = {wchar_t(0xD83D), wchar_t(0xDE00)};
-    EXPECT_EQ(toUtf8(pair, 2), withZero("\xED\xA0\xBD\xED\xB8\x80"));
+    const struct {
+        std::wstring in;
+        int length;
+        const char* out;
+    } cases[] = {
+        {L"A\u00E9\u4E2D", 3, "A\xC3\xA9\xE4\xB8\xAD"},
+        {L"\u007F\u0080\u07FF\u0800\uFFFF", 5, "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF"},
+        // A surrogate pair is two units of three bytes each.
+        {{wchar_t(0xD83D), wchar_t(0xDE00)}, 2, "\xED\xA0\xBD\xED\xB8\x80"},
+        // The unit at index length is read too.
+        {L"abc", 2, "abc"},
+        {L"ab", 5, "ab"}};
+    for (const auto& c : cases)
+        EXPECT_EQ(toUtf8(c.in, c.length), withZero(c.out)) << c.out;
     ByteVector out = holding(std::string("ab"));
     XoCharMapper::unicodeToUtf8(L"\u00E9", 1, out);
     EXPECT_EQ(all(out), withZero("ab\xC3\xA9"));
-}
-
-TEST(XoCharMapperUtf8, WideningReadsTheUnitAtIndexLengthAndLeavesEmptyRequestsAlone) {
-    EXPECT_EQ(toUtf8(L"abc", 2), withZero("abc"));
-    EXPECT_EQ(toUtf8(L"ab", 5), withZero("ab"));
-    ByteVector out = holding(std::string("keep"));
+    // Empty requests leave the vector alone.
+    out = holding(std::string("keep"));
     XoCharMapper::unicodeToUtf8(L"abc", 0, out);
     XoCharMapper::unicodeToUtf8(nullptr, 3, out);
     EXPECT_EQ(all(out), "keep");
@@ -192,23 +192,41 @@ TEST(XoCharMapperUtf8, WideningReadsTheUnitAtIndexLengthAndLeavesEmptyRequestsAl
 
 // --- One character ---
 
-TEST(XoCharMapperCharacter, CodesConvertThroughTheirCodePage) {
-    wchar_t unit = 0;
-    EXPECT_TRUE(XoCharMapper::codepageToUnicode(0x82A0, CODE_PAGE_JAPANESE, unit));
-    EXPECT_EQ(unit, L'\u3042');
-    EXPECT_TRUE(XoCharMapper::codepageToUnicode(0x00B1, CODE_PAGE_JAPANESE, unit)); // halfwidth
-    EXPECT_EQ(unit, L'\uFF71');
-    EXPECT_TRUE(XoCharMapper::codepageToUnicode(0xB0A1, CODE_PAGE_SIMPLIFIED_CHINESE, unit));
-    EXPECT_EQ(unit, L'\u554A');
-    EXPECT_TRUE(XoCharMapper::codepageToUnicode(0xB0A1, CODE_PAGE_KOREAN, unit));
-    EXPECT_EQ(unit, L'\uAC00');
-    EXPECT_TRUE(XoCharMapper::codepageToUnicode(0xA440, CODE_PAGE_TRADITIONAL_CHINESE, unit));
-    EXPECT_EQ(unit, L'\u4E00');
-    EXPECT_TRUE(XoCharMapper::codepageToUnicode(0x0080, CODE_PAGE_WIN_WESTERN, unit));
-    EXPECT_EQ(unit, L'\u20AC');
-    // A high byte that is no lead byte is not read.
-    EXPECT_TRUE(XoCharMapper::codepageToUnicode(0x4142, CODE_PAGE_WIN_WESTERN, unit));
-    EXPECT_EQ(unit, L'B');
+TEST(XoCharMapperCharacter, CodesConvertThroughTheirCodePageOrAreRefused) {
+    constexpr long kDefault = -1; // the form without flags
+    const struct {
+        wchar_t code;
+        long flags;
+        code_page_id page;
+        bool converted;
+        wchar_t unit; // x: left as it was
+    } cases[] = {{0x82A0, kDefault, CODE_PAGE_JAPANESE, true, L'\u3042'},
+                 {0x00B1, kDefault, CODE_PAGE_JAPANESE, true, L'\uFF71'}, // halfwidth
+                 {0xB0A1, kDefault, CODE_PAGE_SIMPLIFIED_CHINESE, true, L'\u554A'},
+                 {0xB0A1, kDefault, CODE_PAGE_KOREAN, true, L'\uAC00'},
+                 {0xA440, kDefault, CODE_PAGE_TRADITIONAL_CHINESE, true, L'\u4E00'},
+                 {0x0080, kDefault, CODE_PAGE_WIN_WESTERN, true, L'\u20AC'},
+                 // A high byte that is no lead byte is not read.
+                 {0x4142, kDefault, CODE_PAGE_WIN_WESTERN, true, L'B'},
+                 // Identifier 7 names 28586, which no platform knows: ASCII codes survive.
+                 {0x41, kDefault, CODE_PAGE_ISO8859_6, true, L'A'},
+                 {0xE9, kDefault, CODE_PAGE_ISO8859_6, false, L'x'},
+                 // A lone lead byte and a lead byte with a bad trail: refused by default, read
+                 // with the caller's 0.
+                 {0x8120, kDefault, CODE_PAGE_JAPANESE, false, L'x'},
+                 {0x0081, kDefault, CODE_PAGE_JAPANESE, false, L'x'},
+                 {0x0081, 0, CODE_PAGE_JAPANESE, true, L'\u30FB'},
+                 {0x8120, 0, CODE_PAGE_JAPANESE, true, L'\u30FB'},
+                 {0x00AA, 8, CODE_PAGE_WIN_GREEK, false, L'x'}};
+    for (const auto& c : cases) {
+        wchar_t unit = L'x';
+        const bool converted =
+            c.flags == kDefault
+                ? XoCharMapper::codepageToUnicode(c.code, c.page, unit)
+                : XoCharMapper::codepageToUnicode(c.code, (unsigned long)c.flags, c.page, unit);
+        EXPECT_EQ(converted, c.converted) << std::hex << c.code << " in " << c.page;
+        EXPECT_EQ(unit, c.unit) << std::hex << c.code << " in " << c.page;
+    }
 }
 
 TEST(XoCharMapperCharacter, SecondFormsConvertAsTheirAnsiTwins) {
@@ -230,103 +248,131 @@ TEST(XoCharMapperCharacter, SecondFormsConvertAsTheirAnsiTwins) {
     }
 }
 
-TEST(XoCharMapperCharacter, AsciiCodesSurviveAFailingPlatformConversion) {
-    // Identifier 7 names 28586, which no platform knows.
-    wchar_t unit = L'x';
-    EXPECT_TRUE(XoCharMapper::codepageToUnicode(0x41, CODE_PAGE_ISO8859_6, unit));
-    EXPECT_EQ(unit, L'A');
-    unit = L'x';
-    EXPECT_FALSE(XoCharMapper::codepageToUnicode(0xE9, CODE_PAGE_ISO8859_6, unit));
-    EXPECT_EQ(unit, L'x');
-    // A lead byte followed by a byte Windows refuses: false, out untouched.
-    EXPECT_FALSE(XoCharMapper::codepageToUnicode(0x8120, CODE_PAGE_JAPANESE, unit));
-    EXPECT_EQ(unit, L'x');
-}
+struct UnitToCode {
+    wchar_t unit;
+    code_page_id page;
+    bool strict;
+    wchar_t code; // 0: refused, the output left as it was
+};
 
-TEST(XoCharMapperCharacter, TheCallersFlagsReplaceTheRefusalOfInvalidCharacters) {
-    wchar_t strict = L'x', lenient = L'x';
-    // A lone lead byte and a lead byte with a bad trail: refused by default, read with 0.
-    EXPECT_FALSE(XoCharMapper::codepageToUnicode(0x0081, CODE_PAGE_JAPANESE, strict));
-    EXPECT_TRUE(XoCharMapper::codepageToUnicode(0x0081, 0, CODE_PAGE_JAPANESE, lenient));
-    EXPECT_EQ(lenient, L'\u30FB');
-    EXPECT_TRUE(XoCharMapper::codepageToUnicode(0x8120, 0, CODE_PAGE_JAPANESE, lenient));
-    EXPECT_EQ(lenient, L'\u30FB');
-    EXPECT_FALSE(XoCharMapper::codepageToUnicode(0x00AA, 8, CODE_PAGE_WIN_GREEK, strict));
-    EXPECT_EQ(strict, L'x');
+void expectCodes(std::initializer_list<UnitToCode> cases) {
+    for (const UnitToCode& c : cases) {
+        wchar_t code = L'x';
+        EXPECT_EQ(XoCharMapper::unicodeToCodepage(c.unit, c.page, code, c.strict), c.code != 0)
+            << std::hex << unsigned(c.unit) << " in " << std::dec << c.page;
+        EXPECT_EQ(code, c.code ? c.code : L'x') << std::hex << unsigned(c.unit);
+    }
 }
 
 TEST(XoCharMapperCharacter, UnitsToCodesGiveOnlyCodesOutsideAscii) {
-    wchar_t code = L'x';
     for (int id : {1, 2, 11, 22, 30, 38, 39, 40, 41, 42, 45, 46})
-        EXPECT_FALSE(XoCharMapper::unicodeToCodepage(L'A', code_page_id(id), code, false)) << id;
-    EXPECT_EQ(code, L'x');
-    EXPECT_TRUE(XoCharMapper::unicodeToCodepage(L'\u3042', CODE_PAGE_JAPANESE, code, true));
-    EXPECT_EQ(code, wchar_t(0x82A0));
-    EXPECT_TRUE(XoCharMapper::unicodeToCodepage(L'\uFF71', CODE_PAGE_JAPANESE, code, true));
-    EXPECT_EQ(code, wchar_t(0xB1));
-    EXPECT_TRUE(XoCharMapper::unicodeToCodepage(L'\u00E9', CODE_PAGE_WIN_WESTERN, code, true));
-    EXPECT_EQ(code, wchar_t(0xE9));
-    code = L'x';
-    EXPECT_FALSE(XoCharMapper::unicodeToCodepage(L'\u4E2D', CODE_PAGE_WIN_WESTERN, code, false));
-    // Best fit would give an ASCII letter or D0; from version 5 on it is refused.
-    EXPECT_FALSE(XoCharMapper::unicodeToCodepage(L'\u0100', CODE_PAGE_WIN_WESTERN, code, false));
-    EXPECT_FALSE(XoCharMapper::unicodeToCodepage(L'\u0110', CODE_PAGE_WIN_WESTERN, code, false));
-    EXPECT_FALSE(XoCharMapper::unicodeToCodepage(L'\u00B5', CODE_PAGE_JAPANESE, code, false));
-    EXPECT_EQ(code, L'x');
-    // U+2000 to U+2FFF are ordinary from version 5 on, strict or not.
-    EXPECT_TRUE(XoCharMapper::unicodeToCodepage(L'\u2022', CODE_PAGE_WIN_WESTERN, code, true));
-    EXPECT_EQ(code, wchar_t(0x95));
-    EXPECT_TRUE(XoCharMapper::unicodeToCodepage(L'\u20AC', CODE_PAGE_WIN_WESTERN, code, true));
-    EXPECT_EQ(code, wchar_t(0x80));
+        expectCodes({{L'A', code_page_id(id), false, 0}});
+    expectCodes({{L'\u3042', CODE_PAGE_JAPANESE, true, 0x82A0},
+                 {L'\uFF71', CODE_PAGE_JAPANESE, true, 0xB1},
+                 {L'\u00E9', CODE_PAGE_WIN_WESTERN, true, 0xE9},
+                 {L'\u4E2D', CODE_PAGE_WIN_WESTERN, false, 0},
+                 // Best fit would give an ASCII letter or D0; from version 5 on it is refused.
+                 {L'\u0100', CODE_PAGE_WIN_WESTERN, false, 0},
+                 {L'\u0110', CODE_PAGE_WIN_WESTERN, false, 0},
+                 {L'\u00B5', CODE_PAGE_JAPANESE, false, 0},
+                 // U+2000 to U+2FFF are ordinary from version 5 on, strict or not.
+                 {L'\u2022', CODE_PAGE_WIN_WESTERN, true, 0x95},
+                 {L'\u20AC', CODE_PAGE_WIN_WESTERN, true, 0x80}});
+    // Version 5 is the first with these rules.
+    VersionWord v5(kWindows2000);
+    expectCodes({{L'\u2022', CODE_PAGE_WIN_WESTERN, true, 0x95},
+                 {L'\u0110', CODE_PAGE_WIN_WESTERN, true, 0}});
 }
 
 TEST(XoCharMapperCharacter, BeforeVersion5TheGeneralPunctuationBlockIsRefusedAndBestFitAllowed) {
     VersionWord old(kWindowsNt4);
-    wchar_t code = L'x';
-    EXPECT_FALSE(XoCharMapper::unicodeToCodepage(L'\u2022', CODE_PAGE_WIN_WESTERN, code, false));
-    EXPECT_FALSE(XoCharMapper::unicodeToCodepage(L'\u2000', CODE_PAGE_WIN_WESTERN, code, false));
-    EXPECT_FALSE(XoCharMapper::unicodeToCodepage(L'\u2FFF', CODE_PAGE_WIN_WESTERN, code, false));
-    EXPECT_FALSE(XoCharMapper::unicodeToCodepage(L'\u20AC', CODE_PAGE_WIN_WESTERN, code, true));
-    EXPECT_FALSE(XoCharMapper::unicodeToCodepage(L'\u2026', CODE_PAGE_JAPANESE, code, false));
-    EXPECT_EQ(code, L'x');
-    // The euro sign passes when not strict.
-    EXPECT_TRUE(XoCharMapper::unicodeToCodepage(L'\u20AC', CODE_PAGE_WIN_WESTERN, code, false));
-    EXPECT_EQ(code, wchar_t(0x80));
-    // Without WC_NO_BEST_FIT_CHARS the best fit counts.
-    EXPECT_TRUE(XoCharMapper::unicodeToCodepage(L'\u0110', CODE_PAGE_WIN_WESTERN, code, true));
-    EXPECT_EQ(code, wchar_t(0xD0));
-    EXPECT_TRUE(XoCharMapper::unicodeToCodepage(L'\u00B5', CODE_PAGE_JAPANESE, code, true));
-    EXPECT_EQ(code, wchar_t(0x83CA));
-    EXPECT_FALSE(
-        XoCharMapper::unicodeToCodepage(L'\u0100', CODE_PAGE_WIN_WESTERN, code, true)); // 'A'
-    EXPECT_TRUE(XoCharMapper::unicodeToCodepage(L'\u3000', CODE_PAGE_JAPANESE, code, true));
-    EXPECT_EQ(code, wchar_t(0x8140));
-
+    expectCodes({{L'\u2022', CODE_PAGE_WIN_WESTERN, false, 0},
+                 {L'\u2000', CODE_PAGE_WIN_WESTERN, false, 0},
+                 {L'\u2FFF', CODE_PAGE_WIN_WESTERN, false, 0},
+                 {L'\u20AC', CODE_PAGE_WIN_WESTERN, true, 0},
+                 {L'\u2026', CODE_PAGE_JAPANESE, false, 0},
+                 // The euro sign passes when not strict.
+                 {L'\u20AC', CODE_PAGE_WIN_WESTERN, false, 0x80},
+                 // Without WC_NO_BEST_FIT_CHARS the best fit counts, unless it is ASCII.
+                 {L'\u0110', CODE_PAGE_WIN_WESTERN, true, 0xD0},
+                 {L'\u00B5', CODE_PAGE_JAPANESE, true, 0x83CA},
+                 {L'\u0100', CODE_PAGE_WIN_WESTERN, true, 0},
+                 {L'\u3000', CODE_PAGE_JAPANESE, true, 0x8140}});
     // The whole wide-to-8-bit conversion follows.
     EXPECT_EQ(toBytes(CODE_PAGE_WIN_WESTERN, L"\u2022\u0110"), withZero("\\U+2022\xD0"));
 }
 
-TEST(XoCharMapperCharacter, Version5IsTheFirstWithTheNewRules) {
-    VersionWord v5(kWindows2000);
-    wchar_t code = 0;
-    EXPECT_TRUE(XoCharMapper::unicodeToCodepage(L'\u2022', CODE_PAGE_WIN_WESTERN, code, true));
-    EXPECT_FALSE(XoCharMapper::unicodeToCodepage(L'\u0110', CODE_PAGE_WIN_WESTERN, code, true));
-}
-
 // --- Multibyte to wide ---
 
-TEST(XoCharMapperToWide, CharactersOfTheCodePageAndAscii) {
-    bool result = false;
-    EXPECT_EQ(toWide(CODE_PAGE_JAPANESE, "a\x82\xA0\xB1z", false, false, &result),
-              withZero(L"a\u3042\uFF71z"));
-    EXPECT_TRUE(result);
-    EXPECT_EQ(toWide(CODE_PAGE_JAPANESE_DOS, "\x82\xA0"), withZero(L"\u3042"));
-    EXPECT_EQ(toWide(CODE_PAGE_SIMPLIFIED_CHINESE, "\xB0\xA1"), withZero(L"\u554A"));
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "caf\xE9 \x80"), withZero(L"caf\u00E9 \u20AC"));
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_CYRILLIC, "\xC0\xFF"), withZero(L"\u0410\u044F"));
-    // A 0 byte ends the text; a lead byte at the end stands alone.
-    EXPECT_EQ(toWide(CODE_PAGE_JAPANESE, std::string("ab\0cd", 5)), withZero(L"ab"));
-    EXPECT_EQ(toWide(CODE_PAGE_JAPANESE, "a\x82"), withZero(L"a\u0082"));
+TEST(XoCharMapperToWide, TheFirstFormReadsCharactersEscapesAndFailures) {
+    const struct {
+        code_page_id page;
+        std::string text;
+        bool stop, dropBackslash;
+        std::wstring out;
+        bool converted;
+    } cases[] = {{CODE_PAGE_JAPANESE, "a\x82\xA0\xB1z", false, false, L"a\u3042\uFF71z", true},
+                 {CODE_PAGE_JAPANESE_DOS, "\x82\xA0", false, false, L"\u3042", true},
+                 {CODE_PAGE_SIMPLIFIED_CHINESE, "\xB0\xA1", false, false, L"\u554A", true},
+                 {CODE_PAGE_WIN_WESTERN, "caf\xE9 \x80", false, false, L"caf\u00E9 \u20AC", true},
+                 {CODE_PAGE_WIN_CYRILLIC, "\xC0\xFF", false, false, L"\u0410\u044F", true},
+                 // A 0 byte ends the text; a lead byte at the end stands alone.
+                 {CODE_PAGE_JAPANESE, std::string("ab\0cd", 5), false, false, L"ab", true},
+                 {CODE_PAGE_JAPANESE, "a\x82", false, false, L"a\u0082", true},
+                 // Failures stop, or fall back to the lead byte: 0x81 0x20 is refused by
+                 // MB_ERR_INVALID_CHARS; Greek 0xAA has no character.
+                 {CODE_PAGE_JAPANESE, "a\x81 b", true, false, L"a", false},
+                 {CODE_PAGE_JAPANESE, "a\x81 b", false, false, L"a\u0081 b", true},
+                 {CODE_PAGE_WIN_GREEK, "\xAA\xE1", true, false, L"", false},
+                 {CODE_PAGE_WIN_GREEK, "\xAA\xE1", false, false, L"\u00AA\u03B1", true},
+                 // CIF escapes in either case; not escapes: a non-digit, a missing plus sign.
+                 {CODE_PAGE_WIN_WESTERN, "x\\U+00B0y", false, false, L"x\u00B0y", true},
+                 {CODE_PAGE_WIN_WESTERN, "\\u+4e2d\\U+4E2D", false, false, L"\u4E2D\u4E2D", true},
+                 {CODE_PAGE_JAPANESE, "\\U+3042\x82\xA0", false, false, L"\u3042\u3042", true},
+                 {CODE_PAGE_WIN_WESTERN, "\\U+00G1", false, false, L"\\U+00G1", true},
+                 {CODE_PAGE_WIN_WESTERN, "\\U00B0", false, false, L"\\U00B0", true},
+                 // MIF escapes name their code page by digit; 0 and 6 name none, and a code that
+                 // converts to 0 or does not convert is text too.
+                 {CODE_PAGE_WIN_WESTERN, "\\M+18140", false, false, L"\u3000", true},
+                 {CODE_PAGE_WIN_WESTERN, "\\M+2A440", false, false, L"\u4E00", true},
+                 {CODE_PAGE_WIN_WESTERN, "\\M+3B0A1", false, false, L"\uAC00", true},
+                 {CODE_PAGE_WIN_WESTERN, "\\M+48861", false, false, L"\uAC00", true},
+                 {CODE_PAGE_WIN_WESTERN, "\\m+5b0a1", false, false, L"\u554A", true},
+                 {CODE_PAGE_WIN_WESTERN, "\\M+08140", false, false, L"\\M+08140", true},
+                 {CODE_PAGE_WIN_WESTERN, "\\M+68140", false, false, L"\\M+68140", true},
+                 {CODE_PAGE_WIN_WESTERN, "\\M+10000", false, false, L"\\M+10000", true},
+                 {CODE_PAGE_WIN_WESTERN, "\\M+18120", false, false, L"\\M+18120", true},
+                 // The backslash rule drops only the backslash right before an escape. A held
+                 // backslash is written before whatever follows, a second one after it, one at the
+                 // end too, and before a failure that stops the conversion it is already written.
+                 {CODE_PAGE_WIN_WESTERN, "\\\\U+0041", false, false, L"\\A", true},
+                 {CODE_PAGE_WIN_WESTERN, "\\\\U+0041", false, true, L"A", true},
+                 {CODE_PAGE_WIN_WESTERN, "\\\\M+18140", false, true, L"\u3000", true},
+                 {CODE_PAGE_WIN_WESTERN, "a\\b", false, true, L"a\\b", true},
+                 {CODE_PAGE_WIN_WESTERN, "\\\\", false, true, L"\\\\", true},
+                 {CODE_PAGE_WIN_WESTERN, "\\\\\\U+0041", false, true, L"\\\\A", true},
+                 {CODE_PAGE_JAPANESE, "\\\x82\xA0", false, true, L"\\\u3042", true},
+                 {CODE_PAGE_WIN_WESTERN, "a\\", false, true, L"a\\", true},
+                 {CODE_PAGE_JAPANESE, "\\\x81 ", true, true, L"\\", false},
+                 // UTF-8 reads whole sequences.
+                 {CODE_PAGE_UTF8,
+                  "\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80",
+                  true,
+                  false,
+                  {L'\u00E9', L'\u4E2D', wchar_t(0xD83D), wchar_t(0xDE00)},
+                  true},
+                 {CODE_PAGE_UTF8, "\xC3(", true, false, L"", false},
+                 {CODE_PAGE_UTF8, "\xC3(\\U+00B0", false, false, L"\u00C3(\u00B0", true}};
+    for (const auto& c : cases) {
+        bool converted = !c.converted;
+        EXPECT_EQ(toWide(c.page, c.text, c.stop, c.dropBackslash, &converted), withZero(c.out))
+            << c.text << " in " << c.page;
+        EXPECT_EQ(converted, c.converted) << c.text << " in " << c.page;
+    }
+    // An escape cut off by the length is no escape.
+    WideVector out;
+    XoCharMapper::multiByteToWideChar(CODE_PAGE_WIN_WESTERN, "\\U+00B0", 6, out, false, false);
+    EXPECT_EQ(all(out), withZero(L"\\U+00B"));
 }
 
 TEST(XoCharMapperToWide, LengthBoundsTheTextAndOutputIsAppended) {
@@ -342,63 +388,6 @@ TEST(XoCharMapperToWide, LengthBoundsTheTextAndOutputIsAppended) {
     EXPECT_EQ(all(empty), std::wstring(2, L'\0'));
 }
 
-TEST(XoCharMapperToWide, FailuresStopOrFallBackToTheLeadByte) {
-    bool result = true;
-    // 0x81 0x20 is refused by MB_ERR_INVALID_CHARS; Greek 0xAA has no character.
-    EXPECT_EQ(toWide(CODE_PAGE_JAPANESE, "a\x81 b", true, false, &result), withZero(L"a"));
-    EXPECT_FALSE(result);
-    EXPECT_EQ(toWide(CODE_PAGE_JAPANESE, "a\x81 b", false, false, &result), withZero(L"a\u0081 b"));
-    EXPECT_TRUE(result);
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_GREEK, "\xAA\xE1", true, false, &result), withZero(L""));
-    EXPECT_FALSE(result);
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_GREEK, "\xAA\xE1", false, false, &result),
-              withZero(L"\u00AA\u03B1"));
-    EXPECT_TRUE(result);
-}
-
-TEST(XoCharMapperToWide, CifEscapesInEitherCase) {
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "x\\U+00B0y"), withZero(L"x\u00B0y"));
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "\\u+4e2d\\U+4E2D"), withZero(L"\u4E2D\u4E2D"));
-    EXPECT_EQ(toWide(CODE_PAGE_JAPANESE, "\\U+3042\x82\xA0"), withZero(L"\u3042\u3042"));
-    // Not escapes: a non-digit, a missing plus sign, an escape cut off by the length.
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "\\U+00G1"), withZero(L"\\U+00G1"));
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "\\U00B0"), withZero(L"\\U00B0"));
-    WideVector out;
-    XoCharMapper::multiByteToWideChar(CODE_PAGE_WIN_WESTERN, "\\U+00B0", 6, out, false, false);
-    EXPECT_EQ(all(out), withZero(L"\\U+00B"));
-}
-
-TEST(XoCharMapperToWide, MifEscapesNameTheirCodePageByDigit) {
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "\\M+18140"), withZero(L"\u3000"));
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "\\M+2A440"), withZero(L"\u4E00"));
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "\\M+3B0A1"), withZero(L"\uAC00"));
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "\\M+48861"), withZero(L"\uAC00"));
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "\\m+5b0a1"), withZero(L"\u554A"));
-    // Digits 0 and 6 name no code page: the text stays.
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "\\M+08140"), withZero(L"\\M+08140"));
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "\\M+68140"), withZero(L"\\M+68140"));
-    // A code that converts to 0 or does not convert is text too.
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "\\M+10000"), withZero(L"\\M+10000"));
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "\\M+18120"), withZero(L"\\M+18120"));
-}
-
-TEST(XoCharMapperToWide, BackslashRuleDropsOnlyTheBackslashRightBeforeAnEscape) {
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "\\\\U+0041", false, false), withZero(L"\\A"));
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "\\\\U+0041", false, true), withZero(L"A"));
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "\\\\M+18140", false, true), withZero(L"\u3000"));
-    // A held backslash is written before whatever follows, a second one after it.
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "a\\b", false, true), withZero(L"a\\b"));
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "\\\\", false, true), withZero(L"\\\\"));
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "\\\\\\U+0041", false, true), withZero(L"\\\\A"));
-    EXPECT_EQ(toWide(CODE_PAGE_JAPANESE, "\\\x82\xA0", false, true), withZero(L"\\\u3042"));
-    // At the end it is written too.
-    EXPECT_EQ(toWide(CODE_PAGE_WIN_WESTERN, "a\\", false, true), withZero(L"a\\"));
-    // Before a failure that stops the conversion it is already written.
-    bool result = true;
-    EXPECT_EQ(toWide(CODE_PAGE_JAPANESE, "\\\x81 ", true, true, &result), withZero(L"\\"));
-    EXPECT_FALSE(result);
-}
-
 TEST(XoCharMapperToWide, SystemAnsiIdentifierIsTheSystemCodePage) {
     const code_page_id system =
         XoCodePageMapper::ansiCpToVeskCp(XoCodePageMapper::currentSystemAnsiCp());
@@ -406,26 +395,21 @@ TEST(XoCharMapperToWide, SystemAnsiIdentifierIsTheSystemCodePage) {
     EXPECT_EQ(toWide(CODE_PAGE_SYSTEM_ANSI, text), toWide(system, text));
 }
 
-TEST(XoCharMapperToWide, Utf8ReadsWholeSequences) {
-    bool result = false;
-    EXPECT_EQ(toWide(CODE_PAGE_UTF8, "\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80", true, false, &result),
-              withZero(std::wstring(L"\u00E9\u4E2D") + wchar_t(0xD83D) + wchar_t(0xDE00)));
-    EXPECT_TRUE(result);
-    EXPECT_EQ(toWide(CODE_PAGE_UTF8, "\xC3(", true, false, &result), withZero(L""));
-    EXPECT_FALSE(result);
-    EXPECT_EQ(toWide(CODE_PAGE_UTF8, "\xC3(\\U+00B0", false, false, &result),
-              withZero(L"\u00C3(\u00B0"));
-    EXPECT_TRUE(result);
-}
-
 TEST(XoCharMapperToWide, FlagsFormPassesTheCallersFlags) {
-    // With 0 a bad pair reads as Windows reads it, where the first form falls back.
-    EXPECT_EQ(toWideFlags(CODE_PAGE_JAPANESE, 0, "a\x81 b\\U+00B0"), withZero(L"a\u30FBb\u00B0"));
-    EXPECT_EQ(toWideFlags(CODE_PAGE_JAPANESE, 8, "a\x81 b"), withZero(L"a\u0081 b"));
-    EXPECT_EQ(toWideFlags(CODE_PAGE_JAPANESE, 0, "\\M+18140\x82\xA0"), withZero(L"\u3000\u3042"));
-    // UTF-8 through the platform's converter: U+FFFD for a bad sequence with 0.
-    EXPECT_EQ(toWideFlags(CODE_PAGE_UTF8, 0, "\xC3(\xC3\xA9"), withZero(L"\uFFFD(\u00E9"));
-    EXPECT_EQ(toWideFlags(CODE_PAGE_UTF8, 8, "\xC3(\xC3\xA9"), withZero(L"\u00C3(\u00E9"));
+    const struct {
+        code_page_id page;
+        unsigned long flags;
+        const char* text;
+        const wchar_t* out;
+    } cases[] = {// With 0 a bad pair reads as Windows reads it, where the first form falls back.
+                 {CODE_PAGE_JAPANESE, 0, "a\x81 b\\U+00B0", L"a\u30FBb\u00B0"},
+                 {CODE_PAGE_JAPANESE, 8, "a\x81 b", L"a\u0081 b"},
+                 {CODE_PAGE_JAPANESE, 0, "\\M+18140\x82\xA0", L"\u3000\u3042"},
+                 // UTF-8 through the platform's converter: U+FFFD for a bad sequence with 0.
+                 {CODE_PAGE_UTF8, 0, "\xC3(\xC3\xA9", L"\uFFFD(\u00E9"},
+                 {CODE_PAGE_UTF8, 8, "\xC3(\xC3\xA9", L"\u00C3(\u00E9"}};
+    for (const auto& c : cases)
+        EXPECT_EQ(toWideFlags(c.page, c.flags, c.text), withZero(c.out)) << c.text;
     WideVector out = holding(L"x");
     XoCharMapper::multiByteToWideChar(CODE_PAGE_WIN_WESTERN, 0ul, "\\\\U+0041", 8, out);
     EXPECT_EQ(all(out), withZero(L"x\\A")); // no backslash rule
@@ -446,18 +430,21 @@ TEST(XoCharMapperToWide, BigDataWritesFromTheStartAndKeepsFailedCodesWhole) {
     WideVector out = holding(L"0123456789");
     XoCharMapper::multiByteToWideCharBigData(CODE_PAGE_JAPANESE, "a\x82\xA0", 3, out);
     EXPECT_EQ(all(out), withZero(L"a\u3042"));
-    // A failed double-byte code is one unit; a failed MIF escape is its eight bytes.
-    EXPECT_EQ(toWideBig(CODE_PAGE_JAPANESE, "a\x81 b"), withZero(L"a\u8120b"));
-    EXPECT_EQ(toWideBig(CODE_PAGE_WIN_GREEK, "\xAA\xE1"), withZero(L"\u00AA\u03B1"));
-    EXPECT_EQ(toWideBig(CODE_PAGE_WIN_WESTERN, "\\M+10000."), withZero(L"\\M+10000."));
-    EXPECT_EQ(toWideBig(CODE_PAGE_WIN_WESTERN, "\\u+00b0\\M+18140\\M+08140"),
-              withZero(L"\u00B0\u3000\\M+08140"));
-    EXPECT_EQ(toWideBig(CODE_PAGE_UTF8, "\xC3\xA9\xC3("), withZero(L"\u00E9\u00C3("));
-    EXPECT_EQ(toWideBig(CODE_PAGE_JAPANESE, std::string("ab\0cd", 5)), withZero(L"ab"));
-}
-
-TEST(XoCharMapperToWide, BigDataOfNothingAppendsOneZero) {
-    WideVector out = holding(L"ab");
+    const struct {
+        code_page_id page;
+        std::string text;
+        const wchar_t* out;
+    } cases[] = {// A failed double-byte code is one unit; a failed MIF escape is its eight bytes.
+                 {CODE_PAGE_JAPANESE, "a\x81 b", L"a\u8120b"},
+                 {CODE_PAGE_WIN_GREEK, "\xAA\xE1", L"\u00AA\u03B1"},
+                 {CODE_PAGE_WIN_WESTERN, "\\M+10000.", L"\\M+10000."},
+                 {CODE_PAGE_WIN_WESTERN, "\\u+00b0\\M+18140\\M+08140", L"\u00B0\u3000\\M+08140"},
+                 {CODE_PAGE_UTF8, "\xC3\xA9\xC3(", L"\u00E9\u00C3("},
+                 {CODE_PAGE_JAPANESE, std::string("ab\0cd", 5), L"ab"}};
+    for (const auto& c : cases)
+        EXPECT_EQ(toWideBig(c.page, c.text), withZero(c.out)) << c.text;
+    // Nothing to read appends one zero.
+    out = holding(L"ab");
     XoCharMapper::multiByteToWideCharBigData(CODE_PAGE_WIN_WESTERN, "xyz", 0, out);
     XoCharMapper::multiByteToWideCharBigData(CODE_PAGE_WIN_WESTERN, nullptr, 3, out);
     EXPECT_EQ(all(out), std::wstring(L"ab") + L'\0' + L'\0');
@@ -473,21 +460,31 @@ TEST(XoCharMapperToWide, BigDataAgreesWithTheFirstFormWhenEverythingConverts) {
 
 // --- Wide to multibyte ---
 
-TEST(XoCharMapperToBytes, CodesLeadByteFirstAndCifForWhatThePageLacks) {
-    EXPECT_EQ(toBytes(CODE_PAGE_JAPANESE, L"A\u3042\uFF71"), withZero("A\x82\xA0\xB1"));
-    EXPECT_EQ(toBytes(CODE_PAGE_KOREAN_SECOND, L"\uAC00"), withZero("\xB0\xA1"));
-    EXPECT_EQ(toBytes(CODE_PAGE_WIN_WESTERN, L"caf\u00E9\u20AC"), withZero("caf\xE9\x80"));
-    EXPECT_EQ(toBytes(CODE_PAGE_WIN_WESTERN, L"\u4E2D\u0100\uabcd"),
-              withZero("\\U+4E2D\\U+0100\\U+ABCD"));
-    EXPECT_EQ(toBytes(CODE_PAGE_JAPANESE, L"\u00E9"), withZero("\\U+00E9"));
-    EXPECT_EQ(toBytes(CODE_PAGE_ISO8859_6, L"\u00E9x"), withZero("\\U+00E9x")); // no such page
-}
-
-TEST(XoCharMapperToBytes, EscapesInTheTextAreCopiedThrough) {
-    EXPECT_EQ(toBytes(CODE_PAGE_JAPANESE, L"\\u+00e9\\M+08140\\m+5B0A1"),
-              withZero("\\u+00e9\\M+08140\\m+5B0A1"));
-    // A unit above 0x7F in place of a digit: no escape, the unit is converted.
-    EXPECT_EQ(toBytes(CODE_PAGE_JAPANESE, L"\\M+\u3042"), withZero("\\M+\x82\xA0"));
+TEST(XoCharMapperToBytes, CodesLeadByteFirstCifForWhatThePageLacksAndEscapesCopied) {
+    const struct {
+        code_page_id page;
+        std::wstring text;
+        const char* out;
+    } cases[] = {{CODE_PAGE_JAPANESE, L"A\u3042\uFF71", "A\x82\xA0\xB1"},
+                 {CODE_PAGE_KOREAN_SECOND, L"\uAC00", "\xB0\xA1"},
+                 {CODE_PAGE_WIN_WESTERN, L"caf\u00E9\u20AC", "caf\xE9\x80"},
+                 {CODE_PAGE_WIN_WESTERN, L"\u4E2D\u0100\uabcd", "\\U+4E2D\\U+0100\\U+ABCD"},
+                 {CODE_PAGE_JAPANESE, L"\u00E9", "\\U+00E9"},
+                 {CODE_PAGE_ISO8859_6, L"\u00E9x", "\\U+00E9x"}, // no such page
+                 {CODE_PAGE_JAPANESE, L"\\u+00e9\\M+08140\\m+5B0A1", "\\u+00e9\\M+08140\\m+5B0A1"},
+                 // A unit above 0x7F in place of a digit: no escape, the unit is converted.
+                 {CODE_PAGE_JAPANESE, L"\\M+\u3042", "\\M+\x82\xA0"},
+                 // UTF-8 writes sequences and pairs; a lone low surrogate is escaped.
+                 {CODE_PAGE_UTF8,
+                  {L'\u00E9', L'\u4E2D', wchar_t(0xD83D), wchar_t(0xDE00), wchar_t(0xDC00), L'z'},
+                  "\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80\\U+DC00z"}};
+    for (const auto& c : cases)
+        EXPECT_EQ(toBytes(c.page, c.text), withZero(c.out)) << c.out;
+    // A high surrogate cut off by the length stands alone.
+    const wchar_t pair[] = {wchar_t(0xD83D), wchar_t(0xDE00), 0};
+    ByteVector out;
+    XoCharMapper::wideCharToMultiByte(CODE_PAGE_UTF8, pair, 1, out);
+    EXPECT_EQ(all(out), withZero("\\U+D83D"));
 }
 
 TEST(XoCharMapperToBytes, ReadingEndsAtZeroOrLengthAndOutputIsAppended) {
@@ -499,17 +496,6 @@ TEST(XoCharMapperToBytes, ReadingEndsAtZeroOrLengthAndOutputIsAppended) {
     XoCharMapper::wideCharToMultiByte(CODE_PAGE_WIN_WESTERN, nullptr, 4, none);
     XoCharMapper::wideCharToMultiByte(CODE_PAGE_WIN_WESTERN, L"abc", 0, none);
     EXPECT_EQ(all(none), std::string(2, '\0'));
-}
-
-TEST(XoCharMapperToBytes, Utf8WritesSequencesAndPairs) {
-    const std::wstring text =
-        std::wstring(L"\u00E9\u4E2D") + wchar_t(0xD83D) + wchar_t(0xDE00) + wchar_t(0xDC00) + L'z';
-    EXPECT_EQ(toBytes(CODE_PAGE_UTF8, text),
-              withZero("\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80\\U+DC00z"));
-    // A high surrogate cut off by the length stands alone.
-    ByteVector out;
-    XoCharMapper::wideCharToMultiByte(CODE_PAGE_UTF8, text.c_str() + 2, 1, out);
-    EXPECT_EQ(all(out), withZero("\\U+D83D"));
 }
 
 TEST(XoCharMapperToBytes, BigDataGivesTheSameBytes) {
@@ -597,51 +583,45 @@ TEST(XoCharMapperOutput, SizesAVectorCannotHoldRaiseOutOfMemoryAfterTheRecorderI
 // --- Suitable code page ---
 
 TEST(XoCharMapperJudge, TheCandidateWinsOnlyOnAValidPair) {
-    const auto judge = [](const std::string& text, code_page_id def, code_page_id candidate) {
-        return XoCharMapper::JudgeSuitableCodePage(text.data(), unsigned(text.size()), def,
-                                                   candidate);
-    };
-    EXPECT_EQ(judge("plain ascii", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE),
-              CODE_PAGE_WIN_WESTERN);
-    EXPECT_EQ(judge("ab\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE), CODE_PAGE_JAPANESE);
-    EXPECT_EQ(judge("\xE9\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE_DOS),
-              CODE_PAGE_JAPANESE_DOS);
+    const struct {
+        std::string text;
+        code_page_id def, candidate, chosen;
+    } cases[] = {
+        {"plain ascii", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE, CODE_PAGE_WIN_WESTERN},
+        {"ab\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE, CODE_PAGE_JAPANESE},
+        {"\xE9\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE_DOS, CODE_PAGE_JAPANESE_DOS},
+        {"", CODE_PAGE_WIN_GREEK, CODE_PAGE_JAPANESE, CODE_PAGE_WIN_GREEK},
+        // Not valid: the private use area, a refused pair, a lead byte at the end, a 0.
+        {"\xF0\x40", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE, CODE_PAGE_WIN_WESTERN},
+        {"\x81 ", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE, CODE_PAGE_WIN_WESTERN},
+        {"ab\x82", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE, CODE_PAGE_WIN_WESTERN},
+        {std::string("a\0\x82\xA0", 4), CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE,
+         CODE_PAGE_WIN_WESTERN},
+        {std::string("\x82\0\x82\xA0", 4), CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE,
+         CODE_PAGE_WIN_WESTERN},
+        // A single-byte candidate never wins.
+        {"\x82\xA0\xC0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_WIN_CYRILLIC, CODE_PAGE_WIN_WESTERN},
+        // Trail bytes of either page are skipped: B0 leads a GBK pair, so 82 is its trail
+        // and A0 alone begins nothing in 932.
+        {"\xB0\x82\xA0", CODE_PAGE_SIMPLIFIED_CHINESE, CODE_PAGE_JAPANESE,
+         CODE_PAGE_SIMPLIFIED_CHINESE},
+        {"\xB0\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE, CODE_PAGE_JAPANESE},
+        // A pair of the candidate that is not valid still takes its trail: F0 82 is
+        // private use, and the A0 left after it begins nothing.
+        {"\xF0\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE, CODE_PAGE_WIN_WESTERN},
+        {"\x81\x20\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE, CODE_PAGE_JAPANESE}};
+    for (const auto& c : cases)
+        EXPECT_EQ(XoCharMapper::JudgeSuitableCodePage(c.text.data(), unsigned(c.text.size()), c.def,
+                                                      c.candidate),
+                  c.chosen)
+            << c.text;
     EXPECT_EQ(
         XoCharMapper::JudgeSuitableCodePage(nullptr, 4, CODE_PAGE_WIN_GREEK, CODE_PAGE_JAPANESE),
         CODE_PAGE_WIN_GREEK);
-    EXPECT_EQ(judge("", CODE_PAGE_WIN_GREEK, CODE_PAGE_JAPANESE), CODE_PAGE_WIN_GREEK);
-    // Not valid: the private use area, a refused pair, a lead byte at the end, a 0.
-    EXPECT_EQ(judge("\xF0\x40", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE), CODE_PAGE_WIN_WESTERN);
-    EXPECT_EQ(judge("\x81 ", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE), CODE_PAGE_WIN_WESTERN);
-    EXPECT_EQ(judge("ab\x82", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE), CODE_PAGE_WIN_WESTERN);
-    EXPECT_EQ(judge(std::string("a\0\x82\xA0", 4), CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE),
-              CODE_PAGE_WIN_WESTERN);
-    EXPECT_EQ(judge(std::string("\x82\0\x82\xA0", 4), CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE),
-              CODE_PAGE_WIN_WESTERN);
     // The length bounds the walk.
     EXPECT_EQ(XoCharMapper::JudgeSuitableCodePage("ab\x82\xA0", 2, CODE_PAGE_WIN_WESTERN,
                                                   CODE_PAGE_JAPANESE),
               CODE_PAGE_WIN_WESTERN);
-    // A single-byte candidate never wins.
-    EXPECT_EQ(judge("\x82\xA0\xC0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_WIN_CYRILLIC),
-              CODE_PAGE_WIN_WESTERN);
-}
-
-TEST(XoCharMapperJudge, TrailBytesOfEitherPageAreSkipped) {
-    const auto judge = [](const std::string& text, code_page_id def, code_page_id candidate) {
-        return XoCharMapper::JudgeSuitableCodePage(text.data(), unsigned(text.size()), def,
-                                                   candidate);
-    };
-    // B0 leads a GBK pair, so 82 is its trail and A0 alone begins nothing in 932.
-    EXPECT_EQ(judge("\xB0\x82\xA0", CODE_PAGE_SIMPLIFIED_CHINESE, CODE_PAGE_JAPANESE),
-              CODE_PAGE_SIMPLIFIED_CHINESE);
-    EXPECT_EQ(judge("\xB0\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE), CODE_PAGE_JAPANESE);
-    // A pair of the candidate that is not valid still takes its trail: F0 82 is private
-    // use, and the A0 left after it begins nothing.
-    EXPECT_EQ(judge("\xF0\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE),
-              CODE_PAGE_WIN_WESTERN);
-    EXPECT_EQ(judge("\x81\x20\x82\xA0", CODE_PAGE_WIN_WESTERN, CODE_PAGE_JAPANESE),
-              CODE_PAGE_JAPANESE);
 }
 
 // --- Checksums ---
