@@ -114,27 +114,39 @@ Bytes written(char* buffer, unsigned n) {
     return Bytes(buffer, n);
 }
 
-TEST(PnCharFormatter, WcharToBytesFollowsTheFormat) {
+// What one call writes, "-" for nothing; a byte written past the count returned shows.
+template <class Fn> Bytes writtenBy(Fn&& fn) {
     char out[8];
-    PnCharFormatter utf8(2, false, true);
-    EXPECT_EQ(written(out, utf8.wcharToBytes(L'\x4E2D', out, 8)), "\xE4\xB8\xAD");
-    EXPECT_EQ(written(out, utf8.wcharToBytes(L'\n', out, 8)), "\r\n");
-    utf8.setExpandLF(false);
-    EXPECT_EQ(written(out, utf8.wcharToBytes(L'\n', out, 8)), "\n");
+    std::memset(out, '-', sizeof out);
+    const unsigned n = fn(out);
+    if (Bytes(out, 8).find_first_not_of('-', n) != Bytes::npos)
+        return "<written past " + std::to_string(n) + ">";
+    return n == 0 ? Bytes("-") : Bytes(out, n);
+}
 
-    PnCharFormatter le(3, false, true);
-    EXPECT_EQ(written(out, le.wcharToBytes(L'\x4E2D', out, 8)), Bytes("\x2D\x4E", 2));
-    EXPECT_EQ(written(out, le.wcharToBytes(L'\n', out, 8)), Bytes("\r\0\n\0", 4));
-    PnCharFormatter be(4, true, false);
-    EXPECT_EQ(written(out, be.wcharToBytes(L'\x4E2D', out, 8)), Bytes("\x4E\x2D", 2));
-    EXPECT_EQ(written(out, be.wcharToBytes(L'\n', out, 8)), Bytes("\0\n", 2));
-
-    // UTF-32 is read, never written; nor is anything unknown.
-    for (unsigned format : {0u, 5u, 6u, 7u}) {
-        PnCharFormatter f(format, true, true);
-        std::memset(out, 'x', sizeof out);
-        EXPECT_EQ(f.wcharToBytes(L'A', out, 8), 0u) << format;
-        EXPECT_EQ(Bytes(out, 8), "xxxxxxxx") << format;
+TEST(PnCharFormatter, WcharToBytesFollowsTheFormat) {
+    const struct {
+        unsigned format;
+        bool useCIF, expandLF;
+        wchar_t ch;
+        Bytes bytes;
+    } cases[] = {{2, false, true, L'\x4E2D', "\xE4\xB8\xAD"},
+                 {2, false, true, L'\n', "\r\n"},
+                 {2, false, false, L'\n', "\n"},
+                 {3, false, true, L'\x4E2D', Bytes("\x2D\x4E", 2)},
+                 {3, false, true, L'\n', Bytes("\r\0\n\0", 4)},
+                 {4, true, false, L'\x4E2D', Bytes("\x4E\x2D", 2)},
+                 {4, true, false, L'\n', Bytes("\0\n", 2)},
+                 // UTF-32 is read, never written; nor is anything unknown.
+                 {0, true, true, L'A', "-"},
+                 {5, true, true, L'A', "-"},
+                 {6, true, true, L'A', "-"},
+                 {7, true, true, L'A', "-"}};
+    for (const auto& c : cases) {
+        PnCharFormatter f(c.format, c.useCIF, !c.expandLF);
+        f.setExpandLF(c.expandLF); // set apart: the setter's value is the one used
+        EXPECT_EQ(writtenBy([&](char* out) { return f.wcharToBytes(c.ch, out, 8); }), c.bytes)
+            << c.format << " " << unsigned(c.ch);
     }
 }
 
@@ -149,72 +161,64 @@ TEST(PnCharFormatter, WcharToBytesAnsiUsesTheSystemCodePage) {
     EXPECT_EQ(written(out, ansi.wcharToBytes(L'\x4E2D', out, 8)), "\\U+4E2D");
 }
 
+struct CharCase {
+    wchar_t ch;
+    unsigned room;
+    bool ansiOrLittleEndian, useCIF, expandLF;
+    Bytes bytes;
+};
+
+void expectAnsiOrUtf8(std::initializer_list<CharCase> cases) {
+    for (const CharCase& c : cases)
+        EXPECT_EQ(writtenBy([&](char* out) {
+                      return PnCharFormatter::wcharToAnsiOrUtf8(
+                          c.ch, out, c.room, c.ansiOrLittleEndian, c.useCIF, c.expandLF);
+                  }),
+                  c.bytes)
+            << unsigned(c.ch) << " room " << c.room;
+}
+
 TEST(PnCharFormatter, WcharToAnsiOrUtf8) {
-    char out[8];
-    for (unsigned room : {0u, 1u}) {
-        std::memset(out, 'x', sizeof out);
-        EXPECT_EQ(PnCharFormatter::wcharToAnsiOrUtf8(L'A', out, room, true, false, false), 0u);
-        EXPECT_EQ(PnCharFormatter::wcharToAnsiOrUtf8(L'\x4E2D', out, room, false, false, false),
-                  0u);
-        EXPECT_EQ(Bytes(out, 8), "xxxxxxxx");
-    }
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'A', out, 2, true, true, true)),
-              "A");
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\n', out, 2, true, true, true)),
-              "\r\n");
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\n', out, 2, false, false, false)),
-              "\n");
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\r', out, 2, false, false, true)),
-              "\r");
-    // UTF-8 ignores useCIF.
-    EXPECT_EQ(
-        written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\x4E2D', out, 2, false, true, true)),
-        "\xE4\xB8\xAD");
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\x80', out, 2, false, true, true)),
-              "\xC2\x80");
+    expectAnsiOrUtf8({{L'A', 0, true, false, false, "-"},
+                      {L'\x4E2D', 1, false, false, false, "-"},
+                      {L'A', 2, true, true, true, "A"},
+                      {L'\n', 2, true, true, true, "\r\n"},
+                      {L'\n', 2, false, false, false, "\n"},
+                      {L'\r', 2, false, false, true, "\r"},
+                      // UTF-8 ignores useCIF.
+                      {L'\x4E2D', 2, false, true, true, "\xE4\xB8\xAD"},
+                      {L'\x80', 2, false, true, true, "\xC2\x80"}});
 }
 
 TEST(PnCharFormatter, WcharToAnsiWithCIFEscapesWhatTheSystemCodePageLacks) {
     REQUIRE_SYSTEM(westernSystem(), 1252);
-    char out[8];
-    // The escape is written whatever the room beyond 2 (callers offer 7; kept).
-    std::memset(out, 'x', sizeof out);
-    EXPECT_EQ(PnCharFormatter::wcharToAnsiOrUtf8(L'\x4E2D', out, 2, true, true, false), 7u);
-    EXPECT_EQ(Bytes(out, 8), "\\U+4E2Dx");
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\x3bb', out, 7, true, true, false)),
-              "\\U+03BB");
-    // No best fit with CIF: U+0100 would otherwise become "A".
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\x100', out, 7, true, true, false)),
-              "\\U+0100");
-    EXPECT_EQ(
-        written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\x100', out, 7, true, false, false)),
-        "A");
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\xE9', out, 7, true, true, false)),
-              "\xE9");
-    EXPECT_EQ(
-        written(out, PnCharFormatter::wcharToAnsiOrUtf8(L'\x20AC', out, 7, true, true, false)),
-        "\x80");
+    // The escape is written whatever the room beyond 2 (callers offer 7; kept). No best
+    // fit with CIF: U+0100 would otherwise become "A".
+    expectAnsiOrUtf8({{L'\x4E2D', 2, true, true, false, "\\U+4E2D"},
+                      {L'\x3bb', 7, true, true, false, "\\U+03BB"},
+                      {L'\x100', 7, true, true, false, "\\U+0100"},
+                      {L'\x100', 7, true, false, false, "A"},
+                      {L'\xE9', 7, true, true, false, "\xE9"},
+                      {L'\x20AC', 7, true, true, false, "\x80"}});
 }
 
 TEST(PnCharFormatter, WcharToUtf16) {
-    char out[8];
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToUtf16(L'A', out, 2, true, true)),
-              Bytes("A\0", 2));
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToUtf16(L'A', out, 2, false, true)),
-              Bytes("\0A", 2));
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToUtf16(L'\xFEFF', out, 2, true, true)),
-              "\xFF\xFE");
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToUtf16(L'\n', out, 4, false, true)),
-              Bytes("\0\r\0\n", 4));
-    EXPECT_EQ(written(out, PnCharFormatter::wcharToUtf16(L'\n', out, 4, true, false)),
-              Bytes("\n\0", 2));
-    // The expanded line feed takes 4 bytes whatever the room beyond 2 (kept).
-    std::memset(out, 'x', sizeof out);
-    EXPECT_EQ(PnCharFormatter::wcharToUtf16(L'\n', out, 2, true, true), 4u);
-    EXPECT_EQ(Bytes(out, 6), Bytes("\r\0\n\0xx", 6));
-    std::memset(out, 'x', sizeof out);
-    EXPECT_EQ(PnCharFormatter::wcharToUtf16(L'A', out, 1, true, true), 0u);
-    EXPECT_EQ(Bytes(out, 2), "xx");
+    const CharCase cases[] = {{L'A', 2, true, false, true, Bytes("A\0", 2)},
+                              {L'A', 2, false, false, true, Bytes("\0A", 2)},
+                              {L'\xFEFF', 2, true, false, true, "\xFF\xFE"},
+                              {L'\n', 4, false, false, true, Bytes("\0\r\0\n", 4)},
+                              {L'\n', 4, true, false, false, Bytes("\n\0", 2)},
+                              // The expanded line feed takes 4 bytes whatever the room
+                              // beyond 2 (kept).
+                              {L'\n', 2, true, false, true, Bytes("\r\0\n\0", 4)},
+                              {L'A', 1, true, false, true, "-"}};
+    for (const CharCase& c : cases)
+        EXPECT_EQ(writtenBy([&](char* out) {
+                      return PnCharFormatter::wcharToUtf16(c.ch, out, c.room, c.ansiOrLittleEndian,
+                                                           c.expandLF);
+                  }),
+                  c.bytes)
+            << unsigned(c.ch) << " room " << c.room;
 }
 
 // --- Code pages ---
@@ -252,22 +256,24 @@ TEST(PnCharFormatter, MIFDigitsInEveryDirection) {
 }
 
 TEST(PnCharFormatter, IsNativeToCodePageCountsTheBytesWithoutBestFit) {
-    char out[2] = {'x', 'x'};
-    EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'A', 932, out, 0), 1);
-    EXPECT_EQ(out[0], 'A');
-    EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\x7F', 1252, nullptr, 0), 1);
-    EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\xE9', 1252, out, 0), 1);
-    EXPECT_EQ(out[0], '\xE9');
-    EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\x4E2D', 932, out, 0), 2);
-    EXPECT_EQ(Bytes(out, 2), "\x92\x86");
-    EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\x4E2D', 932, nullptr, 0), 2);
-    EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\xFF71', 932, out, 0),
-              1); // half-width katakana
-    EXPECT_EQ(out[0], '\xB1');
-    EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\x4E2D', 1252, nullptr, 0), 0);
-    EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\x100', 1252, nullptr, 0), 0); // best fit "A"
-    EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\xA5', 932, nullptr, 0), 0);   // best fit "\"
-    EXPECT_EQ(PnCharFormatter::isNativeToCodePage(L'\xE9', 12345, nullptr, 0), 0); // no such page
+    const struct {
+        wchar_t ch;
+        unsigned cp;
+        int count;
+        Bytes bytes;
+    } cases[] = {{L'A', 932, 1, "A"},         {L'\x7F', 1252, 1, "\x7F"},
+                 {L'\xE9', 1252, 1, "\xE9"},  {L'\x4E2D', 932, 2, "\x92\x86"},
+                 {L'\xFF71', 932, 1, "\xB1"},                          // half-width katakana
+                 {L'\x4E2D', 1252, 0, ""},    {L'\x100', 1252, 0, ""}, // best fit "A"
+                 {L'\xA5', 932, 0, ""},                                // best fit "\"
+                 {L'\xE9', 12345, 0, ""}};                             // no such page
+    for (const auto& c : cases) {
+        char out[2] = {'x', 'x'};
+        EXPECT_EQ(PnCharFormatter::isNativeToCodePage(c.ch, c.cp, out, 0), c.count)
+            << unsigned(c.ch) << " in " << c.cp;
+        EXPECT_EQ(Bytes(out, std::size_t(c.count)), c.bytes) << unsigned(c.ch) << " in " << c.cp;
+        EXPECT_EQ(PnCharFormatter::isNativeToCodePage(c.ch, c.cp, nullptr, 0), c.count);
+    }
 }
 
 TEST(PnCharFormatter, AskingByIdentifierFindsNothingNative) {
@@ -304,10 +310,7 @@ Wide decoded(const Wide& in) {
 TEST(PnCharFormatter, WcharFromCIFMIFDecodesBothEscapes) {
     EXPECT_EQ(decoded(L"a\\U+00B0b"), L"a\xB0"
                                       L"b");
-    wchar_t out[8];
-    EXPECT_EQ(PnCharFormatter::wcharFromCIFMIF(L"\\U+00B0", out, 8),
-              2); // the escape counts one unit
-    EXPECT_EQ(PnCharFormatter::wcharFromCIFMIF(L"", out, 8), 1);
+    EXPECT_EQ(decoded(L""), L""); // decoded checks the count: an escape counts one unit
     EXPECT_EQ(decoded(L"\\u+4e2d\\U+4E2D\\U+4e2D"), L"\x4E2D\x4E2D\x4E2D");
     EXPECT_EQ(decoded(L"\\U+0041\\U+0042"), L"AB");
     EXPECT_EQ(decoded(L"\\M+19286"), L"\x4E2D");
@@ -434,31 +437,27 @@ TEST(PnCharFormatter, WcharNonNativeToRTFWritesUnicodeEscapes) {
 }
 
 TEST(PnCharFormatter, WcharNonNativeToRTFEndsAtAPieceThatDoesNotFit) {
-    int outLen = 0;
-    int read = 0;
     // Strictly below the room: the last byte is the terminator's.
-    Bytes out = rtf(1252, L"AB", -1, 2, &outLen, &read);
-    EXPECT_EQ(read, 1);
-    EXPECT_EQ(outLen, 2);
-    EXPECT_EQ(out, Bytes("A\0", 2));
-    out = rtf(1252, L"AB", 2, 2, &outLen, &read);
-    EXPECT_EQ(read, 1);
-    EXPECT_EQ(outLen, 1);
-    EXPECT_EQ(out, "Ax");
-    out = rtf(1252, L"A\x4E2D", -1, 9, &outLen, &read);
-    EXPECT_EQ(read, 1);
-    EXPECT_EQ(outLen, 2);
-    EXPECT_EQ(out, Bytes("A\0xxxxxxx", 9));
-    out = rtf(1252, L"A\x4E2D", -1, 10, &outLen, &read);
-    EXPECT_EQ(read, 2);
-    EXPECT_EQ(outLen, 10);
-    out = rtf(932, L"A\x4E2D", 2, 3, &outLen, &read);
-    EXPECT_EQ(read, 1);
-    EXPECT_EQ(outLen, 1);
-    out = rtf(1252, L"", -1, 1, &outLen, &read);
-    EXPECT_EQ(read, 0);
-    EXPECT_EQ(outLen, 1);
-    EXPECT_EQ(out, Bytes("\0", 1));
+    const struct {
+        unsigned cp;
+        const wchar_t* text;
+        int length, room, read, outLen;
+        Bytes out; // empty: not checked
+    } cases[] = {{1252, L"AB", -1, 2, 1, 2, Bytes("A\0", 2)},
+                 {1252, L"AB", 2, 2, 1, 1, "Ax"},
+                 {1252, L"A\x4E2D", -1, 9, 1, 2, Bytes("A\0xxxxxxx", 9)},
+                 {1252, L"A\x4E2D", -1, 10, 2, 10, ""},
+                 {932, L"A\x4E2D", 2, 3, 1, 1, ""},
+                 {1252, L"", -1, 1, 0, 1, Bytes("\0", 1)}};
+    for (const auto& c : cases) {
+        int outLen = 0, read = 0;
+        const Bytes out = rtf(c.cp, c.text, c.length, c.room, &outLen, &read);
+        EXPECT_EQ(read, c.read) << c.cp << " room " << c.room;
+        EXPECT_EQ(outLen, c.outLen) << c.cp << " room " << c.room;
+        if (!c.out.empty()) {
+            EXPECT_EQ(out, c.out) << c.cp << " room " << c.room;
+        }
+    }
 }
 
 TEST(PnCharFormatter, WcharNonNativeToRTFRefusesBadArguments) {
