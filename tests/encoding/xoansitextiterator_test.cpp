@@ -99,61 +99,47 @@ TEST(XoAnsiTextIterator, StartsAtTheFirstByteAndEndsWithZero) {
     EXPECT_EQ(w.chars, std::vector<unsigned>({0xE9}));
 }
 
-TEST(XoAnsiTextIterator, CifEscapeIsOneUnit) {
-    const XoStringA s("\\U+00B0x");
-    XoAnsiTextIterator it(s, CODE_PAGE_WIN_WESTERN);
-    EXPECT_EQ(it.nextChar(), 0x00B0);
-    EXPECT_EQ(it.currPos(), s.constStr() + 7);
-    EXPECT_EQ(it.nextChar(), L'x');
-
-    EXPECT_EQ(walk("\\u+4e2D", CODE_PAGE_WIN_WESTERN).chars, std::vector<unsigned>({0x4E2D}));
-    // Ahead of the lead-byte rule: "\" is never a lead byte, and an escape in double-byte
-    // text is still an escape.
-    EXPECT_EQ(walk("\\U+8140", CODE_PAGE_JAPANESE).chars, std::vector<unsigned>({0x8140}));
-
-    // Not escapes: a bad digit, a missing plus, a text that ends too soon.
-    EXPECT_EQ(walk("\\U+00G0", CODE_PAGE_WIN_WESTERN).chars.size(), 7u);
-    EXPECT_EQ(walk("\\U00B0", CODE_PAGE_WIN_WESTERN).chars.size(), 6u);
-    EXPECT_EQ(walk("\\U+00B", CODE_PAGE_WIN_WESTERN).chars,
-              std::vector<unsigned>({'\\', 'U', '+', '0', '0', 'B'}));
-}
-
-TEST(XoAnsiTextIterator, MifEscapeIsTheRawCodeAndTakesDigitZero) {
-    const XoStringA s("\\M+18140y");
-    XoAnsiTextIterator it(s, CODE_PAGE_WIN_WESTERN);
-    EXPECT_EQ(it.nextChar(), 0x8140);
-    EXPECT_EQ(it.currPos(), s.constStr() + 8);
-    EXPECT_EQ(it.nextChar(), L'y');
-
-    EXPECT_EQ(walk("\\m+0a1b2", CODE_PAGE_WIN_WESTERN).chars, std::vector<unsigned>({0xA1B2}));
-    EXPECT_EQ(walk("\\M+5B0A1", CODE_PAGE_WIN_WESTERN).chars, std::vector<unsigned>({0xB0A1}));
-    EXPECT_EQ(walk("\\M+68140", CODE_PAGE_WIN_WESTERN).chars.size(), 8u);
-    EXPECT_EQ(walk("\\M+A8140", CODE_PAGE_WIN_WESTERN).chars.size(), 8u);
-}
-
-TEST(XoAnsiTextIterator, LeadBytesJoinOnlyInDoubleBytePages) {
-    const XoStringA pair = bytes("\x82\xA0");
-    EXPECT_EQ(walk(pair, CODE_PAGE_JAPANESE).chars, std::vector<unsigned>({0x82A0}));
-    EXPECT_EQ(walk(pair, CODE_PAGE_JAPANESE_DOS).chars, std::vector<unsigned>({0x82A0}));
-    EXPECT_EQ(walk(pair, CODE_PAGE_WIN_WESTERN).chars, std::vector<unsigned>({0x82, 0xA0}));
-
-    // A trail byte that looks like a backslash belongs to its lead byte.
-    const Walk sjis = walk(bytes("\x81\x5CU+0041"), CODE_PAGE_JAPANESE);
-    EXPECT_EQ(sjis.chars, std::vector<unsigned>({0x815C, 'U', '+', '0', '0', '4', '1'}));
-    EXPECT_EQ(sjis.ends.front(), 2);
-
-    // A lead byte with nothing after it stands alone.
-    const Walk last = walk(bytes("a\x82"), CODE_PAGE_JAPANESE);
-    EXPECT_EQ(last.chars, std::vector<unsigned>({'a', 0x82}));
-    EXPECT_EQ(last.ends.back(), 2);
-    EXPECT_EQ(walk(bytes(std::string("\x82\0\xA0", 3)), CODE_PAGE_JAPANESE).chars,
-              std::vector<unsigned>({0x82}));
-
-    // 0xB0 leads in GBK but not in Shift-JIS.
-    EXPECT_EQ(walk(bytes("\xB0\xA1"), CODE_PAGE_SIMPLIFIED_CHINESE).chars,
-              std::vector<unsigned>({0xB0A1}));
-    EXPECT_EQ(walk(bytes("\xB0\xA1"), CODE_PAGE_JAPANESE).chars,
-              std::vector<unsigned>({0xB0, 0xA1}));
+TEST(XoAnsiTextIterator, WalksEscapesAndDoubleBytePairs) {
+    using Units = std::vector<unsigned>;
+    const struct {
+        std::string text;
+        code_page_id page;
+        Units chars;
+        long firstEnd; // where the first character ends
+    } cases[] = {// A CIF escape is one unit, ahead of the lead-byte rule: "\" is never a lead byte,
+                 // and an escape in double-byte text is still an escape.
+                 {"\\U+00B0x", CODE_PAGE_WIN_WESTERN, {0xB0, 'x'}, 7},
+                 {"\\u+4e2D", CODE_PAGE_WIN_WESTERN, {0x4E2D}, 7},
+                 {"\\U+8140", CODE_PAGE_JAPANESE, {0x8140}, 7},
+                 // Not escapes: a bad digit, a missing plus, a text that ends too soon.
+                 {"\\U+00G0", CODE_PAGE_WIN_WESTERN, {'\\', 'U', '+', '0', '0', 'G', '0'}, 1},
+                 {"\\U00B0", CODE_PAGE_WIN_WESTERN, {'\\', 'U', '0', '0', 'B', '0'}, 1},
+                 {"\\U+00B", CODE_PAGE_WIN_WESTERN, {'\\', 'U', '+', '0', '0', 'B'}, 1},
+                 // A MIF escape is the raw code, and takes digit 0 but not 6 or a letter.
+                 {"\\M+18140y", CODE_PAGE_WIN_WESTERN, {0x8140, 'y'}, 8},
+                 {"\\m+0a1b2", CODE_PAGE_WIN_WESTERN, {0xA1B2}, 8},
+                 {"\\M+5B0A1", CODE_PAGE_WIN_WESTERN, {0xB0A1}, 8},
+                 {"\\M+68140", CODE_PAGE_WIN_WESTERN, {'\\', 'M', '+', '6', '8', '1', '4', '0'}, 1},
+                 {"\\M+A8140", CODE_PAGE_WIN_WESTERN, {'\\', 'M', '+', 'A', '8', '1', '4', '0'}, 1},
+                 // Lead bytes join only in double-byte pages.
+                 {"\x82\xA0", CODE_PAGE_JAPANESE, {0x82A0}, 2},
+                 {"\x82\xA0", CODE_PAGE_JAPANESE_DOS, {0x82A0}, 2},
+                 {"\x82\xA0", CODE_PAGE_WIN_WESTERN, {0x82, 0xA0}, 1},
+                 // A trail byte that looks like a backslash belongs to its lead byte.
+                 {"\x81\x5CU+0041", CODE_PAGE_JAPANESE, {0x815C, 'U', '+', '0', '0', '4', '1'}, 2},
+                 // A lead byte with nothing after it stands alone.
+                 {"\x82", CODE_PAGE_JAPANESE, {0x82}, 1},
+                 {std::string("\x82\0\xA0", 3), CODE_PAGE_JAPANESE, {0x82}, 1},
+                 // 0xB0 leads in GBK but not in Shift-JIS.
+                 {"\xB0\xA1", CODE_PAGE_SIMPLIFIED_CHINESE, {0xB0A1}, 2},
+                 {"\xB0\xA1", CODE_PAGE_JAPANESE, {0xB0, 0xA1}, 1}};
+    for (const auto& c : cases) {
+        const Walk w = walk(bytes(c.text), c.page);
+        EXPECT_EQ(w.chars, c.chars) << c.text << " in " << c.page;
+        if (!w.ends.empty()) {
+            EXPECT_EQ(w.ends.front(), c.firstEnd) << c.text << " in " << c.page;
+        }
+    }
 }
 
 TEST(XoAnsiTextIterator, SystemAnsiIdentifierNeverJoinsEvenOnAJapaneseSystem) {
@@ -218,83 +204,46 @@ TEST(XoAnsiTextIterator, AppendDigitsNoCheckTakesEveryByteAsADigit) {
 }
 
 TEST(XoAnsiTextIterator, BreakSafelyLeavesOutTheCharacterThatReachedTheLimit) {
-    const XoStringA s("abcdef");
-    XoAnsiTextIterator it(s, CODE_PAGE_WIN_WESTERN);
-    XoStringA out("junk");
-    EXPECT_EQ(it.breakSafely(3, out), 3);
-    EXPECT_EQ(text(out), "ab");
-    // The iterator stays after the character it left out.
-    EXPECT_EQ(it.currPos(), s.constStr() + 3);
-    EXPECT_EQ(*it, L'c');
-
-    // Left out even when it ends exactly at the limit and nothing follows it.
-    const XoStringA abc("abc");
-    XoAnsiTextIterator exact(abc, CODE_PAGE_WIN_WESTERN);
-    EXPECT_EQ(exact.breakSafely(3, out), 3);
-    EXPECT_EQ(text(out), "ab");
-
-    // Room for everything: the whole text, and 1.
-    XoAnsiTextIterator all(abc, CODE_PAGE_WIN_WESTERN);
-    EXPECT_EQ(all.breakSafely(4, out), 1);
-    EXPECT_EQ(text(out), "abc");
-
-    // From the middle of a walk.
-    XoAnsiTextIterator middle(s, CODE_PAGE_WIN_WESTERN);
-    middle.nextChar();
-    EXPECT_EQ(middle.breakSafely(3, out), 3);
-    EXPECT_EQ(text(out), "bc");
-
-    // A limit below 1 copies nothing but still reads a character.
-    for (int limit : {0, -7}) {
-        XoAnsiTextIterator none(abc, CODE_PAGE_WIN_WESTERN);
-        out = XoStringA("junk");
-        EXPECT_EQ(none.breakSafely(limit, out), 3);
-        EXPECT_TRUE(out.isEmpty());
-        EXPECT_EQ(none.currPos(), abc.constStr() + 1);
+    const struct {
+        std::string text;
+        code_page_id page;
+        int skip, limit, result;
+        std::string out;
+        long pos; // where the iterator stays; -1: not checked
+    } cases[] = { // The iterator stays after the character it left out.
+                 {"abcdef", CODE_PAGE_WIN_WESTERN, 0, 3, 3, "ab", 3},
+                 // Left out even when it ends exactly at the limit and nothing follows it.
+                 {"abc", CODE_PAGE_WIN_WESTERN, 0, 3, 3, "ab", 3},
+                 // Room for everything: the whole text, and 1.
+                 {"abc", CODE_PAGE_WIN_WESTERN, 0, 4, 1, "abc", -1},
+                 // From the middle of a walk.
+                 {"abcdef", CODE_PAGE_WIN_WESTERN, 1, 3, 3, "bc", -1},
+                 // A limit below 1 copies nothing but still reads a character.
+                 {"abc", CODE_PAGE_WIN_WESTERN, 0, 0, 3, "", 1},
+                 {"abc", CODE_PAGE_WIN_WESTERN, 0, -7, 3, "", 1},
+                 // One character or none copies nothing, though the character is read.
+                 {"a", CODE_PAGE_WIN_WESTERN, 0, 10, 0, "", 1},
+                 {"\\U+00B0", CODE_PAGE_WIN_WESTERN, 0, 10, 0, "", -1},
+                 {"", CODE_PAGE_WIN_WESTERN, 0, 10, 0, "", -1},
+                 // A character is never split.
+                 {"a\x82\xA0\x82\xA0z", CODE_PAGE_JAPANESE, 0, 3, 3, "a", -1},
+                 {"a\x82\xA0\x82\xA0z", CODE_PAGE_JAPANESE, 0, 4, 3, "a\x82\xA0", -1},
+                 {"a\x82\xA0\x82\xA0z", CODE_PAGE_WIN_WESTERN, 0, 3, 3, "a\x82", -1},
+                 {"ab\\U+00B0cd", CODE_PAGE_WIN_WESTERN, 0, 5, 3, "ab", -1},
+                 {"ab\\U+00B0cd", CODE_PAGE_WIN_WESTERN, 0, 10, 3, "ab\\U+00B0", -1}};
+    for (const auto& c : cases) {
+        const XoStringA s = bytes(c.text);
+        XoAnsiTextIterator it(s, c.page);
+        for (int i = 0; i < c.skip; ++i)
+            it.nextChar();
+        XoStringA out("junk");
+        EXPECT_EQ(it.breakSafely(c.limit, out), c.result) << c.text << " limit " << c.limit;
+        EXPECT_EQ(text(out), c.out) << c.text << " limit " << c.limit;
+        if (c.pos >= 0) {
+            EXPECT_EQ(it.currPos(), s.constStr() + c.pos) << c.text << " limit " << c.limit;
+            EXPECT_EQ(*it, wchar_t(c.text[std::size_t(c.pos) - 1])) << c.text;
+        }
     }
-}
-
-TEST(XoAnsiTextIterator, BreakSafelyOnOneCharacterOrNoneCopiesNothing) {
-    XoStringA out("junk");
-    const XoStringA one("a");
-    XoAnsiTextIterator it(one, CODE_PAGE_WIN_WESTERN);
-    EXPECT_EQ(it.breakSafely(10, out), 0);
-    EXPECT_TRUE(out.isEmpty());
-    EXPECT_EQ(*it, L'a') << "the character is read all the same";
-
-    out = XoStringA("junk");
-    const XoStringA escape("\\U+00B0");
-    XoAnsiTextIterator cif(escape, CODE_PAGE_WIN_WESTERN);
-    EXPECT_EQ(cif.breakSafely(10, out), 0);
-    EXPECT_TRUE(out.isEmpty());
-
-    out = XoStringA("junk");
-    const XoStringA empty;
-    XoAnsiTextIterator none(empty, CODE_PAGE_WIN_WESTERN);
-    EXPECT_EQ(none.breakSafely(10, out), 0);
-    EXPECT_TRUE(out.isEmpty());
-}
-
-TEST(XoAnsiTextIterator, BreakSafelyNeverSplitsACharacter) {
-    XoStringA out;
-    const XoStringA pairs = bytes("a\x82\xA0\x82\xA0z");
-    XoAnsiTextIterator a(pairs, CODE_PAGE_JAPANESE);
-    EXPECT_EQ(a.breakSafely(3, out), 3);
-    EXPECT_EQ(text(out), "a");
-    XoAnsiTextIterator b(pairs, CODE_PAGE_JAPANESE);
-    EXPECT_EQ(b.breakSafely(4, out), 3);
-    EXPECT_EQ(text(out), "a\x82\xA0");
-    XoAnsiTextIterator single(pairs, CODE_PAGE_WIN_WESTERN);
-    EXPECT_EQ(single.breakSafely(3, out), 3);
-    EXPECT_EQ(text(out), "a\x82");
-
-    const XoStringA escaped("ab\\U+00B0cd");
-    XoAnsiTextIterator c(escaped, CODE_PAGE_WIN_WESTERN);
-    EXPECT_EQ(c.breakSafely(5, out), 3);
-    EXPECT_EQ(text(out), "ab");
-    XoAnsiTextIterator d(escaped, CODE_PAGE_WIN_WESTERN);
-    EXPECT_EQ(d.breakSafely(10, out), 3);
-    EXPECT_EQ(text(out), "ab\\U+00B0");
 }
 
 TEST(XoAnsiTextIterator, BreakSafelyGivesOutTheSystemCodePageNumber) {
