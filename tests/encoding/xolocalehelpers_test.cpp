@@ -138,24 +138,20 @@ TEST(LocaleHelpers, CodePagesAndAsianIndices) {
                                                 {1361, 0}, {936, 5}, {1252, 0}};
     for (const auto& pair : indices)
         EXPECT_EQ(getAsianIndexByAnsiCp(pair.first), pair.second) << pair.first;
-    EXPECT_EQ(getAsianIndexByLcid(0x0411), 1);
-    EXPECT_EQ(getAsianIndexByLcid(0x1404), 2);
-    EXPECT_EQ(getAsianIndexByLcid(0x0412), 3);
-    EXPECT_EQ(getAsianIndexByLcid(0x1004), 5);
-    EXPECT_EQ(getAsianIndexByLcid(0x0409), 0);
+    for (const auto& pair :
+         {std::pair{0x0411, 1}, {0x1404, 2}, {0x0412, 3}, {0x1004, 5}, {0x0409, 0}})
+        EXPECT_EQ(getAsianIndexByLcid(short(pair.first)), pair.second) << std::hex << pair.first;
 }
 
 TEST(LocaleHelpers, LanguagesAndCodePages) {
-    EXPECT_EQ(getLangIdByAnsiCp(932), 0x0411);
-    EXPECT_EQ(getLangIdByAnsiCp(1251), 0x0419);
-    EXPECT_EQ(getLangIdByAnsiCp(1252), 0x0409); // no set of its own: ANSI
-    EXPECT_EQ(getAnsiCpByLcid(0x0419), 1251u);
-    EXPECT_EQ(getAnsiCpByLcid(0x0C04), 936u);
-    EXPECT_EQ(getAnsiCpByLcid(0x042B), 0u); // Armenian: DEFAULT has no code page
-    EXPECT_TRUE(isDoubleByteLcid(0x0404));
-    EXPECT_TRUE(isDoubleByteLcid(0x0412));
-    EXPECT_FALSE(isDoubleByteLcid(0x0409));
-    EXPECT_FALSE(isDoubleByteLcid(0x0439));
+    // 1252 has no set of its own: ANSI.
+    for (const auto& pair : {std::pair{932u, 0x0411}, {1251u, 0x0419}, {1252u, 0x0409}})
+        EXPECT_EQ(getLangIdByAnsiCp(pair.first), pair.second) << pair.first;
+    // Armenian: DEFAULT has no code page.
+    for (const auto& pair : {std::pair{0x0419, 1251u}, {0x0C04, 936u}, {0x042B, 0u}})
+        EXPECT_EQ(getAnsiCpByLcid(pair.first), pair.second) << std::hex << pair.first;
+    for (std::uint16_t lang : {0x0404, 0x0412, 0x0409, 0x0439})
+        EXPECT_EQ(isDoubleByteLcid(lang), lang == 0x0404 || lang == 0x0412) << std::hex << lang;
 
     for (std::uint16_t rtl : {0x0401, 0x3801, 0x040D, 0xFC01, 0x000D})
         EXPECT_TRUE(isRightToLeftLanguage(rtl)) << std::hex << rtl;
@@ -166,7 +162,6 @@ TEST(LocaleHelpers, LanguagesAndCodePages) {
 TEST(LocaleHelpers, SystemDefaultLocaleIsKept) {
     EXPECT_NE(systemDefaultLcid(), 0u);
     EXPECT_EQ(systemDefaultLcid(), os::systemDefaultLcid());
-    EXPECT_EQ(systemDefaultLcid(), systemDefaultLcid());
 }
 
 // Masks as the table holds them: bit i stands for enc::kMaskCharSets[i].
