@@ -16,6 +16,7 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -60,10 +61,10 @@ TEST(FileOpenArguments, MapOntoCreateFile) {
     for (const Case& c : cases) {
         const xo::FileOpenArguments got = xo::fileOpenArguments(
             c.access, XoIO::ShareMode(c.share), XoIO::CreationDisposition(c.disposition));
-        EXPECT_EQ(got.access, c.expected.access) << c.share << " " << c.disposition;
-        EXPECT_EQ(got.share, c.expected.share) << c.share;
-        EXPECT_EQ(got.disposition, c.expected.disposition) << c.disposition;
-        EXPECT_EQ(got.flags, c.expected.flags) << c.access;
+        EXPECT_EQ(
+            std::tie(got.access, got.share, got.disposition, got.flags),
+            std::tie(c.expected.access, c.expected.share, c.expected.disposition, c.expected.flags))
+            << c.access << " " << c.share << " " << c.disposition;
     }
 }
 

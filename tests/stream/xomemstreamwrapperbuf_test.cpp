@@ -77,14 +77,13 @@ TEST(XoMemStreamWrapperBuf, EveryGrowthBeyondTheBlockThrowsAndChangesNothing) {
 TEST(XoMemStreamWrapperBuf, SeeksAreCheckedAgainstTheLength) {
     Block b;
     b.stream.seek(3, XoIO::kSeekBegin);
-    EXPECT_EQ(thrownMessage([&] { b.stream.seek(5, XoIO::kSeekBackward); }),
-              L"Out of stream buffer!");
-    EXPECT_EQ(thrownMessage([&] { b.stream.seek(17, XoIO::kSeekFromEnd); }),
-              L"Out of stream buffer!");
-    EXPECT_EQ(thrownMessage([&] { b.stream.seek(14, XoIO::kSeekForward); }),
-              L"Out of stream buffer!");
-    EXPECT_EQ(thrownMessage([&] { b.stream.seek(SIZE_MAX, XoIO::kSeekForward); }),
-              L"Out of stream buffer!");
+    const std::pair<std::size_t, XoIO::SeekType> refused[] = {{5, XoIO::kSeekBackward},
+                                                              {17, XoIO::kSeekFromEnd},
+                                                              {14, XoIO::kSeekForward},
+                                                              {SIZE_MAX, XoIO::kSeekForward}};
+    for (const auto& [offset, kind] : refused)
+        EXPECT_EQ(thrownMessage([&] { b.stream.seek(offset, kind); }), L"Out of stream buffer!")
+            << offset << " " << kind;
     EXPECT_EQ(b.stream.tell(), 3u);
     EXPECT_EQ(b.stream.seek(0, XoIO::kSeekFromEnd), 16u);
     EXPECT_EQ(b.stream.seek(4, XoIO::kSeekBackward), 12u);

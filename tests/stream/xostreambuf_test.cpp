@@ -102,7 +102,7 @@ TEST(XoStreamBufDefaults, CallbackReadIsAllOrNothing) {
     EXPECT_TRUE(src.isEOS());
 }
 
-TEST(XoStreamBufDefaults, TransferOutWritesDestFromItsStartAndPutsItsPositionBack) {
+TEST(XoStreamBufDefaults, TransfersUseTheOtherStreamFromItsStartAndPutItsPositionBack) {
     PrimitiveStream src(iota(8)), dest(std::vector<unsigned char>(6, 0xEE));
     src.seek(2, XoIO::kSeekBegin);
     dest.seek(5, XoIO::kSeekBegin);
@@ -116,16 +116,14 @@ TEST(XoStreamBufDefaults, TransferOutWritesDestFromItsStartAndPutsItsPositionBac
     src.readBytes(&dest, 0);
     EXPECT_EQ(dest.tell(), 1u);
     EXPECT_TRUE(dest.writes.size() == 1);
-}
-
-TEST(XoStreamBufDefaults, TransferInReadsSrcFromItsStartAndPutsItsPositionBack) {
-    PrimitiveStream src(iota(8)), dest(std::vector<unsigned char>(4, 0xEE));
+    // Inward, src is read from its start.
+    PrimitiveStream into(std::vector<unsigned char>(4, 0xEE));
     src.seek(6, XoIO::kSeekBegin);
-    dest.seek(2, XoIO::kSeekBegin);
-    dest.writeBytes(&src, 3);
-    EXPECT_EQ(dest.data,
+    into.seek(2, XoIO::kSeekBegin);
+    into.writeBytes(&src, 3);
+    EXPECT_EQ(into.data,
               (std::vector<unsigned char>{0xEE, 0xEE, src.data[0], src.data[1], src.data[2]}));
-    EXPECT_EQ(dest.tell(), 5u);
+    EXPECT_EQ(into.tell(), 5u);
     EXPECT_EQ(src.tell(), 6u);
 }
 
@@ -134,7 +132,7 @@ struct RangeCase {
     std::size_t firstByte, count; // what lands at dest's position
 };
 
-TEST(XoStreamBufDefaults, CopyFromTakesTheRangeInEitherOrder) {
+TEST(XoStreamBufDefaults, CopyFromTakesTheRangeInEitherOrderUnclamped) {
     const RangeCase cases[] = {
         {4, 0, 0, 4, 6}, // the rest of src from its position
         {4, 8, 3, 3, 5}, // bytes 3..7
@@ -151,36 +149,26 @@ TEST(XoStreamBufDefaults, CopyFromTakesTheRangeInEitherOrder) {
         EXPECT_EQ(dest.data, expected) << c.from << ".." << c.to;
         EXPECT_EQ(src.tell(), c.srcPosition);
     }
-}
-
-TEST(XoStreamBufDefaults, CopyFromDoesNotClampToTheSource) {
     PrimitiveStream src(iota(10)), dest;
-    EXPECT_THROW(dest.copyFrom(&src, 5, 20), std::out_of_range);
+    EXPECT_THROW(dest.copyFrom(&src, 5, 20), std::out_of_range) << "not clamped to the source";
 }
 
 TEST(XoStreamBufDefaults, CopyToMeasuresTheRestOnTheDestinationAndClampsToTheSource) {
-    {
-        // dest of 10 bytes at 4 takes 6 of the source's 100.
-        PrimitiveStream src(iota(100)), dest(std::vector<unsigned char>(10, 0xEE));
-        dest.seek(4, XoIO::kSeekBegin);
-        src.copyTo(&dest, 0, 0);
-        EXPECT_EQ(std::vector<unsigned char>(dest.data.begin() + 4, dest.data.end()),
-                  std::vector<unsigned char>(src.data.begin(), src.data.begin() + 6));
-        EXPECT_EQ(src.tell(), 0u);
-    }
-    {
-        // A range longer than the source has left is cut to what it has.
-        PrimitiveStream src(iota(10)), dest;
-        src.seek(7, XoIO::kSeekBegin);
-        src.copyTo(&dest, 20, 0);
-        EXPECT_EQ(dest.data, std::vector<unsigned char>(src.data.begin() + 7, src.data.end()));
-        EXPECT_EQ(src.tell(), 7u);
-    }
-    {
-        PrimitiveStream src(iota(10)), dest(std::vector<unsigned char>(10, 0xEE));
-        src.copyTo(&dest, 5, 5);
-        EXPECT_TRUE(dest.writes.empty());
-    }
+    // dest of 10 bytes at 4 takes 6 of the source's 100.
+    PrimitiveStream src(iota(100)), dest(std::vector<unsigned char>(10, 0xEE));
+    dest.seek(4, XoIO::kSeekBegin);
+    src.copyTo(&dest, 0, 0);
+    EXPECT_EQ(std::vector<unsigned char>(dest.data.begin() + 4, dest.data.end()),
+              std::vector<unsigned char>(src.data.begin(), src.data.begin() + 6));
+    EXPECT_EQ(src.tell(), 0u);
+    src.copyTo(&dest, 5, 5);
+    EXPECT_EQ(dest.writes.size(), 1u) << "an empty range writes nothing";
+    // A range longer than the source has left is cut to what it has.
+    PrimitiveStream shortSrc(iota(10)), all;
+    shortSrc.seek(7, XoIO::kSeekBegin);
+    shortSrc.copyTo(&all, 20, 0);
+    EXPECT_EQ(all.data, std::vector<unsigned char>(shortSrc.data.begin() + 7, shortSrc.data.end()));
+    EXPECT_EQ(shortSrc.tell(), 7u);
 }
 
 TEST(XoStreamBufDefaults, RangeCopiesUseNoHeapAndPiecesOfFourKiB) {
