@@ -105,6 +105,10 @@ TEST(XoPathMaker, SingleComponents) {
     const std::wstring dir259 = L"C:\\" + repeated(257, L'd') + L"\\f";
     const std::wstring dir260 = L"C:\\" + repeated(258, L'd') + L"\\f";
     const std::wstring parent259 = dir259.substr(2, 259);
+    const std::wstring tooLongTogether = repeated(200, L'n') + L"." + repeated(100, L'e');
+    const auto fullName = +[](wchar_t* out, const wchar_t* path) {
+        return int(XoPathMaker::getFullFileName(path, out));
+    };
     const struct {
         int (*get)(wchar_t*, const wchar_t*);
         const wchar_t* path;
@@ -124,8 +128,15 @@ TEST(XoPathMaker, SingleComponents) {
         {XoPathMaker::getExtFileName, L"x.toolongext", L"", 0},
         {XoPathMaker::getExtFileName, L"C:\\ver.2\\readme", L"", 0},
         {XoPathMaker::getExtFileName, nullptr, L"", 0},
+        {fullName, L"C:\\a\\b.txt", L"b.txt", 1},
+        {fullName, L"C:\\a\\", L"", 1},
+        {fullName, L"a.", L"a.", 1},
+        {fullName, tooLongTogether.c_str(), L"", 1}, // each fits alone, not both
+        {fullName, L"", L"", 0},
+        {fullName, nullptr, L"", 0},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE("row " + std::to_string(&c - cases));
         Buffer out;
         EXPECT_EQ(c.get(out.text, c.path), c.result) << (c.path ? c.path : L"(null)");
         EXPECT_EQ(out.str(), c.out);
@@ -149,27 +160,6 @@ TEST(XoPathMaker, GetFileNameFindsTheLastDotAnywhere) {
     const std::wstring longName = repeated(260, L'n') + L".x";
     EXPECT_FALSE(XoPathMaker::getFileName(longName.c_str(), out.text, &extPos));
     EXPECT_EQ(extPos, longName.c_str() + 260); // set before the split fails
-}
-
-TEST(XoPathMaker, GetFullFileName) {
-    const std::wstring tooLongTogether = repeated(200, L'n') + L"." + repeated(100, L'e');
-    const struct {
-        const wchar_t* path;
-        const wchar_t* out;
-        bool result;
-    } cases[] = {
-        {L"C:\\a\\b.txt", L"b.txt", true},
-        {L"C:\\a\\", L"", true},
-        {L"a.", L"a.", true},
-        {tooLongTogether.c_str(), L"", true}, // each fits alone, not both
-        {L"", L"", false},
-        {nullptr, L"", false},
-    };
-    for (const auto& c : cases) {
-        Buffer out;
-        EXPECT_EQ(XoPathMaker::getFullFileName(c.path, out.text), c.result);
-        EXPECT_EQ(out.str(), c.out);
-    }
 }
 
 TEST(XoPathMaker, GetFileDirNeedsRoomForTheTerminator) {
