@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -104,6 +105,11 @@ Bytes makeLink(const LinkLayout& layout) {
     return out;
 }
 
+Bytes bytesOf(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return Bytes{std::istreambuf_iterator<char>(in), {}};
+}
+
 bool parse(const Bytes& bytes, std::wstring& target) {
     return xo::platform::parseShellLinkTarget(bytes.data(), bytes.size(), target);
 }
@@ -183,9 +189,8 @@ TEST(ShellLinkReader, LinksSavedByWine) {
         {"wine-network.lnk", L"\\\\server\\share\\dir\\file.txt"}, // Wine's shell: the desktop
     };
     for (const auto& c : cases) {
-        std::ifstream in(std::string(XO_WINE_SHORTCUTS) + "/" + c.file, std::ios::binary);
-        ASSERT_TRUE(in.good()) << c.file;
-        const Bytes bytes{std::istreambuf_iterator<char>(in), {}};
+        const Bytes bytes = bytesOf(std::string(XO_WINE_SHORTCUTS) + "/" + c.file);
+        ASSERT_FALSE(bytes.empty()) << c.file;
         std::wstring target;
         EXPECT_TRUE(parse(bytes, target)) << c.file;
         EXPECT_EQ(target, c.target);
@@ -256,10 +261,8 @@ TEST_F(XoFileSystemLinks, ReaderAgreesWithTheShell) {
         ASSERT_TRUE(saveShellLink(target, at));
         wchar_t shell[300] = L"";
         ASSERT_EQ(XoFileSystem::getLinkedPathName(at.c_str(), shell), 1);
-        std::ifstream in(std::filesystem::path(at), std::ios::binary);
-        const Bytes bytes{std::istreambuf_iterator<char>(in), {}};
         std::wstring read;
-        EXPECT_TRUE(parse(bytes, read));
+        EXPECT_TRUE(parse(bytesOf(at), read));
         EXPECT_EQ(read, std::wstring(shell));
         EXPECT_EQ(_wcsicmp(shell, target.c_str()), 0) << std::wstring(shell);
     }
@@ -273,10 +276,8 @@ TEST_F(XoFileSystemLinks, NetworkTargetUnderWine) {
     const std::wstring share = L"\\\\server\\share\\dir\\file.txt";
     const std::wstring at = wide("share.lnk");
     ASSERT_TRUE(saveShellLink(share, at));
-    std::ifstream in(std::filesystem::path(at), std::ios::binary);
-    const Bytes bytes{std::istreambuf_iterator<char>(in), {}};
     std::wstring read;
-    EXPECT_TRUE(parse(bytes, read));
+    EXPECT_TRUE(parse(bytesOf(at), read));
     EXPECT_EQ(read, share);
     wchar_t shell[300] = L"";
     ASSERT_EQ(XoFileSystem::getLinkedPathName(at.c_str(), shell), 1);

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "XoFileSystem.h"
@@ -30,6 +31,14 @@ using Clock = std::chrono::steady_clock;
 constexpr unsigned long kInvalidAttributes = 0xFFFFFFFFul;
 // Bounds only for waits that must end; far above what a loaded machine needs.
 constexpr auto kGenerous = std::chrono::milliseconds(3000);
+
+// The left-behind threads once those that can end have ended (or kGenerous passed).
+int leftBehindAfterWaiting() {
+    const auto end = Clock::now() + kGenerous;
+    while (xo::filesystem::leftBehindThreads() != 0 && Clock::now() < end)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    return xo::filesystem::leftBehindThreads();
+}
 
 // Leaves the worker off whatever a test did.
 class XoFileSystemWorker : public xotest::TempFolder {
@@ -98,28 +107,23 @@ TEST_F(XoFileSystemWorker, RoutedAnswersEqualDirectOnes) {
         EXPECT_TRUE(ask(paths[i]) == direct[i]) << i;
     EXPECT_EQ(XoFileSystem::pathFileExists(nullptr), 0);
 
-    wchar_t name[2][300], fsName[2][300];
-    unsigned long serial[2] = {}, maxComponent[2] = {}, flags[2] = {};
 #if defined(_WIN32)
     const std::wstring root = folder_.root_path().wstring();
 #else
     const std::wstring root = wide("folder");
 #endif
-    for (int routed = 1; routed >= 0; --routed) {
-        if (routed == 0)
-            XoFileSystem::stopMultiThread();
-        std::memset(name[routed], 0, sizeof name[routed]);
-        std::memset(fsName[routed], 0, sizeof fsName[routed]);
-        EXPECT_NE(XoFileSystem::GetVolumeInformationW(root.c_str(), name[routed], 300,
-                                                      &serial[routed], &maxComponent[routed],
-                                                      &flags[routed], fsName[routed], 300),
-                  0);
-    }
-    EXPECT_STREQ(name[0], name[1]);
-    EXPECT_STREQ(fsName[0], fsName[1]);
-    EXPECT_EQ(serial[0], serial[1]);
-    EXPECT_EQ(maxComponent[0], maxComponent[1]);
-    EXPECT_EQ(flags[0], flags[1]);
+    const auto volume = [&] {
+        wchar_t name[300] = {}, fsName[300] = {};
+        unsigned long serial = 0, maxComponent = 0, flags = 0;
+        const int ok = XoFileSystem::GetVolumeInformationW(root.c_str(), name, 300, &serial,
+                                                           &maxComponent, &flags, fsName, 300);
+        return std::make_tuple(ok != 0, std::wstring(name), std::wstring(fsName), serial,
+                               maxComponent, flags);
+    };
+    const auto routed = volume();
+    XoFileSystem::stopMultiThread();
+    EXPECT_TRUE(std::get<0>(routed));
+    EXPECT_EQ(routed, volume());
 }
 
 // A time-out of 0 gives up at once: each answer is the right one or the failure value,
@@ -132,10 +136,7 @@ TEST_F(XoFileSystemWorker, ZeroTimeOut) {
         EXPECT_TRUE(answer == right || answer == kInvalidAttributes) << answer;
     }
     XoFileSystem::stopMultiThread();
-    const auto end = Clock::now() + kGenerous;
-    while (xo::filesystem::leftBehindThreads() != 0 && Clock::now() < end)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    EXPECT_EQ(xo::filesystem::leftBehindThreads(), 0);
+    EXPECT_EQ(leftBehindAfterWaiting(), 0);
     EXPECT_EQ(XoFileSystem::getFileAttributes(wide("file").c_str()), right);
 }
 
@@ -237,10 +238,7 @@ TEST_F(XoFileSystemWorker, StuckWorkerIsLeftBehind) {
     EXPECT_EQ(XoFileSystem::getFileAttributes(healthy.c_str()), healthyAnswer);
 
     release = true; // the stuck call returns: its thread ends, its volume answers again
-    const auto end = Clock::now() + kGenerous;
-    while (xo::filesystem::leftBehindThreads() != 0 && Clock::now() < end)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    EXPECT_EQ(xo::filesystem::leftBehindThreads(), 0);
+    EXPECT_EQ(leftBehindAfterWaiting(), 0);
     EXPECT_EQ(XoFileSystem::getFileAttributes(wide("folder").c_str()), 0x10ul);
     XoFileSystem::stopMultiThread();
     EXPECT_EQ(XoFileSystem::m_pThread, nullptr);
@@ -265,10 +263,7 @@ TEST_F(XoFileSystemWorker, LeftBehindThreadsAreBounded) {
     }
     EXPECT_EQ(XoFileSystem::getFileAttributes(healthy.c_str()), kInvalidAttributes);
     release = true;
-    const auto end = Clock::now() + kGenerous;
-    while (xo::filesystem::leftBehindThreads() != 0 && Clock::now() < end)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    EXPECT_EQ(xo::filesystem::leftBehindThreads(), 0);
+    EXPECT_EQ(leftBehindAfterWaiting(), 0);
     XoFileSystem::m_nTimeout = 10000; // the kept worker is answering again
     EXPECT_EQ(XoFileSystem::getFileAttributes(healthy.c_str()), healthyAnswer);
 }
