@@ -71,8 +71,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     // Through UTF-16 (the careful way, one pass in neither direction) the output is
     // the same as in one pass.
+    // The line ends were changed in reading already, and changing them twice is not
+    // changing them once (CR CR LF becomes CR LF, then LF).
     xoconv::Options fromUnits = options;
     xoconv::parseEncoding("utf-16le", fromUnits.from);
+    fromUnits.lineEnds = xoconv::LineEnds::Keep;
     std::string twice;
     if (convert(read, fromUnits, read.size() + 1, twice).outcome != xoconv::Conversion::Converted ||
         twice != whole)
