@@ -77,15 +77,44 @@ inline void storeWord(char* out, std::uint32_t word) {
 #endif
 }
 
+// The two or three bytes of UTF-8 of a unit from U+0080 to U+07FF, or from U+0800 on
+// (not a surrogate), the first in the low byte.
+inline std::uint32_t utf8Two(unsigned unit) {
+    return (0x80 | (unit & 0x3F)) << 8 | (0xC0 | unit >> 6);
+}
+inline std::uint32_t utf8Three(unsigned unit) {
+    return (0x80 | (unit & 0x3F)) << 16 | (0x80 | ((unit >> 6) & 0x3F)) << 8 | (0xE0 | unit >> 12);
+}
+
 // The UTF-8 of a unit of the basic plane, not a surrogate, as (length << 24) | its
 // bytes, the first in the low byte: one store of three bytes writes any of them.
 std::uint32_t utf8Word(unsigned unit) {
     if (unit < 0x80)
         return 1u << 24 | unit;
     if (unit < 0x800)
-        return 2u << 24 | (0x80 | (unit & 0x3F)) << 8 | (0xC0 | unit >> 6);
-    return 3u << 24 | (0x80 | (unit & 0x3F)) << 16 | (0x80 | ((unit >> 6) & 0x3F)) << 8 |
-           (0xE0 | unit >> 12);
+        return 2u << 24 | utf8Two(unit);
+    return 3u << 24 | utf8Three(unit);
+}
+
+// The unit of the three-byte sequence at bytes (bytes[0] from E0 to EF), or 0 when the
+// sequence is not whole, is longer than it needs be or holds a surrogate.
+inline unsigned threeByteUnit(const unsigned char* bytes) {
+    const unsigned second = bytes[1], third = bytes[2];
+    const unsigned unit = (bytes[0] & 0x0Fu) << 12 | (second & 0x3Fu) << 6 | (third & 0x3Fu);
+    const bool whole = (second & 0xC0) == 0x80 && (third & 0xC0) == 0x80;
+    return whole && unit >= 0x800 && !surrogate(unit) ? unit : 0;
+}
+
+// The code unit of width bytes (2 or 4) at bytes, in the order given.
+inline unsigned long unitAt(const unsigned char* bytes, std::size_t width, bool big) {
+    unsigned long value = 0;
+    for (std::size_t k = 0; k < width; ++k)
+        value |= static_cast<unsigned long>(bytes[k]) << (8 * (big ? width - 1 - k : k));
+    return value;
+}
+
+bool utf32Character(unsigned long code) {
+    return code <= 0x10FFFF && !surrogate(unsigned(code));
 }
 
 // Walks UTF-8, writing units at out when kWrite. Stops at the first byte that is not
@@ -110,11 +139,8 @@ std::size_t walkUtf8(const unsigned char* XOCONV_RESTRICT bytes, std::size_t siz
             ++i;
         }
         while (i + 3 <= size && (bytes[i] & 0xF0) == 0xE0) {
-            const unsigned second = bytes[i + 1], third = bytes[i + 2];
-            const unsigned code =
-                (bytes[i] & 0x0Fu) << 12 | (second & 0x3Fu) << 6 | (third & 0x3Fu);
-            if ((second & 0xC0) != 0x80 || (third & 0xC0) != 0x80 || code < 0x800 ||
-                surrogate(code))
+            const unsigned code = threeByteUnit(bytes + i);
+            if (code == 0)
                 break;
             if (kWrite)
                 *out++ = wchar_t(code);
@@ -257,10 +283,8 @@ std::size_t utf8ToEightBit(PageCache& page, const unsigned char* bytes, std::siz
         unsigned unit = lead;
         std::size_t length = 1;
         if (lead >= 0xE0 && lead < 0xF0 && i + 3 <= size) {
-            const unsigned second = in[i + 1], third = in[i + 2];
-            unit = (lead & 0x0Fu) << 12 | (second & 0x3Fu) << 6 | (third & 0x3Fu);
-            if ((second & 0xC0) != 0x80 || (third & 0xC0) != 0x80 || unit < 0x800 ||
-                surrogate(unit))
+            unit = threeByteUnit(in + i);
+            if (unit == 0)
                 break;
             length = 3;
         } else if (lead >= 0xC2 && lead < 0xE0 && i + 2 <= size && (in[i + 1] & 0xC0) == 0x80) {
@@ -323,11 +347,8 @@ bool Decoder::decode(const unsigned char* bytes, std::size_t size, bool final, w
         const bool big = kind_ == Encoding::Utf32Big;
         wchar_t* at = out;
         for (; consumed + 4 <= size; consumed += 4) {
-            unsigned long code = 0;
-            for (int k = 0; k < 4; ++k)
-                code |= static_cast<unsigned long>(bytes[consumed + std::size_t(k)])
-                        << (big ? 8 * (3 - k) : 8 * k);
-            if (code > 0x10FFFF || surrogate(unsigned(code))) {
+            const unsigned long code = unitAt(bytes + consumed, 4, big);
+            if (!utf32Character(code)) {
                 bad = consumed;
                 problem_ = "not a UTF-32 character";
                 units = std::size_t(at - out);
@@ -433,7 +454,8 @@ namespace {
 
 // UTF-16 units into UTF-8, a surrogate pair as one four-byte sequence and a lone
 // surrogate as lack(i) says (true: U+FFFD, false: nothing). Runs of ASCII and of
-// three-byte characters (East Asian text) take loops of their own.
+// three-byte characters (East Asian text) take loops of their own. out has room for
+// a word past the most the units can take.
 template <class Lack>
 char* encodeUtf8(const wchar_t* XOCONV_RESTRICT units, std::size_t count, char* XOCONV_RESTRICT out,
                  Lack&& lack) {
@@ -445,9 +467,7 @@ char* encodeUtf8(const wchar_t* XOCONV_RESTRICT units, std::size_t count, char* 
             const unsigned unit = unitOf(units[i]);
             if (unit < 0x800 || surrogate(unit))
                 break;
-            out[0] = char(0xE0 | (unit >> 12));
-            out[1] = char(0x80 | ((unit >> 6) & 0x3F));
-            out[2] = char(0x80 | (unit & 0x3F));
+            storeWord(out, utf8Three(unit));
             out += 3;
             ++i;
         }
@@ -467,13 +487,10 @@ char* encodeUtf8(const wchar_t* XOCONV_RESTRICT units, std::size_t count, char* 
                 continue;
             }
         }
-        if (code < 0x800) {
-            *out++ = char(0xC0 | (code >> 6));
-            *out++ = char(0x80 | (code & 0x3F));
-        } else if (code < 0x10000) {
-            *out++ = char(0xE0 | (code >> 12));
-            *out++ = char(0x80 | ((code >> 6) & 0x3F));
-            *out++ = char(0x80 | (code & 0x3F));
+        if (code < 0x10000) {
+            const std::uint32_t word = utf8Word(unsigned(code));
+            storeWord(out, word);
+            out += word >> 24;
         } else {
             *out++ = char(0xF0 | (code >> 18));
             *out++ = char(0x80 | ((code >> 12) & 0x3F));
@@ -507,8 +524,7 @@ std::size_t utf16ToUtf8(bool bigEndian, const unsigned char* bytes, std::size_t 
             i += 2;
         }
         while (i + 2 <= size && (unit = unitAt(i)) >= 0x800 && !surrogate(unit)) {
-            storeWord(at, (0xE0 | unit >> 12) | (0x80 | ((unit >> 6) & 0x3F)) << 8 |
-                              (0x80 | (unit & 0x3F)) << 16);
+            storeWord(at, utf8Three(unit));
             at += 3;
             i += 2;
         }
@@ -518,7 +534,7 @@ std::size_t utf16ToUtf8(bool bigEndian, const unsigned char* bytes, std::size_t 
         if (surrogate(unit))
             break; // a pair, or a lone half: the careful way
         if (unit >= 0x80 && unit < 0x800) {
-            storeWord(at, (0xC0 | unit >> 6) | (0x80 | (unit & 0x3F)) << 8);
+            storeWord(at, utf8Two(unit));
             at += 2;
             i += 2;
         }
@@ -557,7 +573,8 @@ void Encoder::encode(const wchar_t* units, std::size_t count, Bytes& bytes, std:
     const std::size_t most = kind_ == Encoding::Utf8                                         ? 3
                              : kind_ == Encoding::Utf32Little || kind_ == Encoding::Utf32Big ? 4
                                                                                              : 2;
-    bytes.resize(start + count * most);
+    // Room for one more word: UTF-8 is written a word at a time.
+    bytes.resize(start + count * most + sizeof(std::uint32_t));
     char* XOCONV_RESTRICT out = bytes.data() + start;
     const auto lack = [&](std::size_t i) {
         if (lacking++ == 0)
@@ -762,6 +779,28 @@ std::size_t markOf(const unsigned char* bytes, std::size_t size, Encoding& encod
         }
     }
     return 0;
+}
+
+std::size_t unitSize(Encoding::Kind kind) {
+    switch (kind) {
+    case Encoding::Utf16Little:
+    case Encoding::Utf16Big:
+        return 2;
+    case Encoding::Utf32Little:
+    case Encoding::Utf32Big:
+        return 4;
+    default:
+        return 0;
+    }
+}
+
+long firstCharacter(Encoding::Kind kind, const unsigned char* bytes, std::size_t size) {
+    const std::size_t width = unitSize(kind);
+    if (width == 0 || size < width)
+        return -1;
+    const unsigned long value =
+        unitAt(bytes, width, kind == Encoding::Utf16Big || kind == Encoding::Utf32Big);
+    return width == 4 && !utf32Character(value) ? -1 : static_cast<long>(value);
 }
 
 std::string markFor(Encoding::Kind kind) {

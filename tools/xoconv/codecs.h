@@ -188,6 +188,13 @@ private:
 // The byte-order mark at the start of bytes and its size; 0 without one.
 std::size_t markOf(const unsigned char* bytes, std::size_t size, Encoding& encoding);
 
+// The size of a code unit of a UTF-16 or UTF-32 form, else 0.
+std::size_t unitSize(Encoding::Kind kind);
+
+// The first character of UTF-16 or UTF-32 text (of UTF-16, its first unit), or -1 when
+// the text is shorter than a unit or the unit is no character.
+long firstCharacter(Encoding::Kind kind, const unsigned char* bytes, std::size_t size);
+
 // The mark that starts text in the encoding.
 std::string markFor(Encoding::Kind kind);
 

@@ -168,36 +168,6 @@ bool wholeInputIsUtf8(Source& in, std::vector<unsigned char>& buffer, std::size_
 constexpr long kMark = 0xFEFF;
 constexpr long kReversedMark = 0xFFFE;
 
-// The size of a code unit of a UTF-16 or UTF-32 form, else 0.
-std::size_t unitSize(Encoding::Kind kind) {
-    switch (kind) {
-    case Encoding::Utf16Little:
-    case Encoding::Utf16Big:
-        return 2;
-    case Encoding::Utf32Little:
-    case Encoding::Utf32Big:
-        return 4;
-    default:
-        return 0;
-    }
-}
-
-// The first character of a UTF-16 or UTF-32 text (the first unit of UTF-16), or -1
-// when the text is shorter than a unit or the unit is no character.
-long firstCharacter(Encoding::Kind kind, const unsigned char* bytes, std::size_t size) {
-    const std::size_t width = unitSize(kind);
-    if (size < width)
-        return -1;
-    const bool big = kind == Encoding::Utf16Big || kind == Encoding::Utf32Big;
-    unsigned long value = 0;
-    for (std::size_t i = 0; i < width; ++i)
-        value |= static_cast<unsigned long>(bytes[i]) << (8 * (big ? width - 1 - i : i));
-    const bool surrogate = value >= 0xD800 && value <= 0xDFFF;
-    if (width == 4 && (value > 0x10FFFF || surrogate))
-        return -1;
-    return static_cast<long>(value);
-}
-
 // The encoding of the input from what --from says and the byte-order mark at the start
 // of head; markSize receives the mark's size.
 bool chooseEncoding(const Options& options, const unsigned char* head, std::size_t size,
@@ -327,8 +297,6 @@ void Converter::encode(const wchar_t* units, std::size_t count) {
     unitBase_ += count;
 }
 
-// Decodes what waits, encodes what is ready and writes it; keeps for the next step an
-// incomplete character and the units whose meaning depends on what follows.
 // The plain stretch at the start of what waits, in one pass when the directions allow.
 void Converter::convertPlainStretch() {
     if (held_ != 0 || options_.lineEnds != LineEnds::Keep)
@@ -349,6 +317,8 @@ void Converter::convertPlainStretch() {
     unitBase_ += units;
 }
 
+// Decodes what waits, encodes what is ready and writes it; keeps for the next step an
+// incomplete character and the units whose meaning depends on what follows.
 bool Converter::step(bool final, Conversion& result) {
     encoded_.clear();
     const Encoding::Kind to = options_.to.kind;

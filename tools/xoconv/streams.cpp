@@ -152,12 +152,12 @@ std::unique_ptr<FileStreamSink> FileStreamSink::open(const fs::path& path, std::
         return createFileOStreamBuf(units.c_str(), status, XoIO::kAccessWrite, XoIO::kShareDenyRead,
                                     XoIO::kOpenExisting, kBufferCapacity);
     });
-    if (stream && !sameFile(stream->handle(), created)) {
+    if (!stream)
+        return nullptr;
+    if (!sameFile(stream->handle(), created)) {
         destoryFileIOStreamBuf(stream);
         return nullptr;
     }
-    if (!stream)
-        return nullptr;
     return std::unique_ptr<FileStreamSink>(new FileStreamSink(stream));
 }
 
